@@ -1,4 +1,4 @@
-# 32-bit Windows by MinGW-w64 with POSIX threads.
+# 32-bit Windows by MinGW-w64 with POSIX threads; programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
@@ -9,3 +9,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+get_filename_component(mvlib_run_win32 "${CMAKE_CURRENT_LIST_DIR}/../scripts/run-win32" ABSOLUTE)
+set(CMAKE_CROSSCOMPILING_EMULATOR "${mvlib_run_win32}")
