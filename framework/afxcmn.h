@@ -1,0 +1,4 @@
+// Common controls. A small beginning: what needs them brings them here.
+#pragma once
+
+#include "afxwin.h"

@@ -1,0 +1,15 @@
+// The export macros of the framework's headers. Includers need not care about them.
+#pragma once
+
+#if defined(_WIN32)
+#if defined(MVAFX_BUILD)
+#define MVAFX_API __declspec(dllexport)
+#else
+#define MVAFX_API __declspec(dllimport)
+#endif
+// A function or object of which every module has its own.
+#define MVAFX_MODULE_LOCAL
+#else
+#define MVAFX_API __attribute__((visibility("default")))
+#define MVAFX_MODULE_LOCAL __attribute__((visibility("hidden")))
+#endif
