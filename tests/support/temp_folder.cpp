@@ -1,0 +1,49 @@
+#include "temp_folder.h"
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+TempFolder::TempFolder() {
+    static std::atomic<unsigned> next{0};
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    do {
+        m_root =
+            fs::temp_directory_path() / ("mvlib62-" + std::to_string(now) + "-" + std::to_string(next++));
+    } while (!fs::create_directory(m_root));
+}
+
+TempFolder::~TempFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_root, ignored);
+}
+
+std::wstring TempFolder::Path(std::wstring_view name) const {
+    return (m_root / fs::path(name)).wstring();
+}
+
+std::wstring TempFolder::Write(std::wstring_view name, std::string_view bytes) const {
+    const fs::path path = m_root / fs::path(name);
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    EXPECT_TRUE(file.good()) << "cannot write " << path;
+    return path.wstring();
+}
+
+std::string TempFolder::Read(std::wstring_view name) const {
+    const fs::path path = m_root / fs::path(name);
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << "cannot read " << path;
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+bool TempFolder::Exists(std::wstring_view name) const {
+    return fs::exists(m_root / fs::path(name));
+}
