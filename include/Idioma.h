@@ -4,7 +4,7 @@
 // for. A string is searched in the caller's module first, then in every library linked into the application's
 // resource chain; there is no fallback from one language to another. This library's own texts lie in separate
 // language modules
-// ("mvlib62_eng", "mvlib62_cat", "mvlib62_spa"); the one that "Lang.ini" names is loaded with the library and
+// ("mvlib62_eng", "mvlib62_cat", "mvlib62_esp"); the one that "Lang.ini" names is loaded with the library and
 // stands for it in the resource chain (docs/languages.md).
 //
 // Nothing here throws because a resource is missing: the answer is an empty string (or language 1) and a line
