@@ -24,6 +24,9 @@ class CException;
 class CFile;
 class CObject;
 
+// A result code of 32 bits.
+typedef LONG SCODE;
+
 // An abstract position in a list or map; null is none.
 struct __POSITION {};
 typedef __POSITION* POSITION;

@@ -87,6 +87,8 @@ public:
         osRandomAccess = 0x40000,
         osSequentialScan = 0x80000
     };
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
     enum Attribute {
         normal = 0x00,
         readOnly = 0x01,
@@ -96,6 +98,7 @@ public:
         directory = 0x10,
         archive = 0x20
     };
+#pragma GCC diagnostic pop
     enum SeekPosition { begin = 0x0, current = 0x1, end = 0x2 };
     static const HANDLE hFileNull; // INVALID_HANDLE_VALUE: no file
 
@@ -106,20 +109,22 @@ public:
     CFile(LPCTSTR lpszFileName, UINT nOpenFlags);
     ~CFile() override; // closes a file that the object opened; errors are not seen
 
-    operator HANDLE() const { return m_hFile; }
+    operator HANDLE() const {
+        return m_hFile;
+    }
 
-    // The names given at opening: the full path, its last part, and that without the extension. Empty without
-    // a file name.
     virtual ULONGLONG GetPosition() const;
     BOOL GetStatus(CFileStatus& rStatus) const; // TRUE when all was read
+    // The last part of the full path, that part without its extension, the full path itself. Empty without a
+    // file name.
     virtual CString GetFileName() const;
     virtual CString GetFileTitle() const;
     virtual CString GetFilePath() const;
     // Sets the name alone. Null throws CInvalidArgException.
     virtual void SetFilePath(LPCTSTR lpszNewName);
 
-    // Opens; a file that is open already in this object is forgotten, not closed. FALSE on failure, with
-    // cause, system error and name in *pError where given. A null name is the cause badPath.
+    // Opens; a file that the object had opened before is closed first, an attached handle is forgotten. FALSE
+    // on failure, with cause, system error and name in *pError where given. A null name is the cause badPath.
     virtual BOOL Open(LPCTSTR lpszFileName, UINT nOpenFlags, CFileException* pError = nullptr);
 
     static void Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName);
@@ -129,8 +134,12 @@ public:
     // Sets the attributes and, where not 0, the times.
     static void SetStatus(LPCTSTR lpszFileName, const CFileStatus& status);
 
-    ULONGLONG SeekToEnd() { return Seek(0, CFile::end); }
-    void SeekToBegin() { Seek(0, CFile::begin); }
+    ULONGLONG SeekToEnd() {
+        return Seek(0, CFile::end);
+    }
+    void SeekToBegin() {
+        Seek(0, CFile::begin);
+    }
 
     // A new object on a second handle of the same file (with the same position); deleted by the caller.
     virtual CFile* Duplicate() const;

@@ -45,10 +45,11 @@ public:
         : m_time(0) {}
     CTime(std::int64_t time) noexcept
         : m_time(time) {}
-    // Local time; nDST > 0 summer time, 0 winter time, -1 as the rules of the place say. A date that does not
-    // exist throws COleException with E_INVALIDARG.
+    // Local time; nDST > 0 summer time, 0 winter time, -1 as the rules of the place say. Numbers outside
+    // their range (year from 1900, month 1 to 12, day 1 to 31 ...) throw COleException with E_INVALIDARG; a
+    // day behind the month's last one counts on into the next month.
     CTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec, int nDST = -1);
-    // Local time. A record of zeros gives the time 0.
+    // Local time. A year before 1900 gives the time 0.
     CTime(const SYSTEMTIME& sysTime, int nDST = -1);
     // UTC, as the system's files have it. Fractions of a second are dropped.
     CTime(const FILETIME& fileTime);

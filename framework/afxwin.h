@@ -21,6 +21,7 @@
 
 #include "atltypes.h"
 
+class AFX_MODULE_STATE;
 class CDynLinkLibrary;
 class CWinApp;
 class CWinThread;
@@ -49,7 +50,8 @@ MVAFX_API BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModu
 MVAFX_API void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll = FALSE);
 
 // One link of the resource chain. Made with new and entered into the current state's chain, at its front, by
-// the constructor; leaves it in the destructor. AfxTermExtensionModule deletes it.
+// the constructor; leaves that chain in the destructor. AfxTermExtensionModule deletes it, and so does the
+// end of the state.
 class MVAFX_API CDynLinkLibrary : public CObject {
     DECLARE_DYNAMIC(CDynLinkLibrary)
 public:
@@ -63,6 +65,9 @@ public:
     COleObjectFactory* m_factoryList;
     BOOL m_bSystem;
     CDynLinkLibrary* m_pNextDLL;
+
+private:
+    AFX_MODULE_STATE* m_pModuleState;
 };
 
 // A list linked through m_pNextDLL. Converts to its first link, for a walk:
@@ -178,11 +183,14 @@ class MVAFX_API CCmdTarget : public CObject {
 public:
     ~CCmdTarget() override;
 
+    AFX_MODULE_STATE* m_pModuleState; // the current one when the object was made
+
 protected:
-    CCmdTarget() = default;
+    CCmdTarget();
 };
 
-// A thread that the framework knows. Where threads have no message queue, Run ends at once.
+// A thread that the framework knows. Where threads have no message queue, Run idles as long as OnIdle wants
+// and ends, and PumpMessage answers FALSE.
 class MVAFX_API CWinThread : public CCmdTarget {
     DECLARE_DYNAMIC(CWinThread)
 public:

@@ -236,10 +236,10 @@ public:
     // gives the whole rest.
     CStringT Tokenize(PCXSTR pszTokens, int& iStart) const;
 
-    // ---- Searching: a position, or -1 ----
+    // ---- Searching: a position, or -1 (also for an iStart outside the string and a null text) ----
 
     int Find(XCHAR ch, int iStart = 0) const noexcept;
-    int Find(PCXSTR pszSub, int iStart = 0) const noexcept; // an empty pszSub is found at iStart
+    int Find(PCXSTR pszSub, int iStart = 0) const noexcept; // an empty text is found at iStart
     int ReverseFind(XCHAR ch) const noexcept;
     int FindOneOf(PCXSTR pszCharSet) const noexcept;
 

@@ -3,6 +3,7 @@
 
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 #include <wchar.h>
 
 #ifndef _ERRNO_T_DEFINED
@@ -60,3 +61,11 @@ MVPLAT_API errno_t __cdecl _wmakepath_s(wchar_t* path, size_t size, const wchar_
 // The absolute form of a path as GetFullPathNameW gives it, in the buffer or, when that is null, in a block
 // to be freed with free. Null when it does not fit; an empty or null path is the current folder.
 MVPLAT_API wchar_t* __cdecl _wfullpath(wchar_t* buffer, const wchar_t* path, size_t size);
+
+typedef long long __time64_t;
+
+// Seconds since 1970 in UTC broken down to UTC or local time, and local time put together again (-1 when it
+// cannot be). 0, or an error number (22) for null, a negative time or one beyond the year 3000.
+MVPLAT_API errno_t __cdecl _gmtime64_s(struct tm* parts, const __time64_t* time);
+MVPLAT_API errno_t __cdecl _localtime64_s(struct tm* parts, const __time64_t* time);
+MVPLAT_API __time64_t __cdecl _mktime64(struct tm* parts);
