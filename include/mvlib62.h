@@ -1,11 +1,16 @@
 // Everything of mvlib62. A source that uses one or two families includes their own headers instead.
 #pragma once
 
+#include "mvlib_export.h"
+
 #include "CFileBuffer.h"
 #include "CFileMapping.h"
+#include "CLastError.h"
+#include "CMirvaExcepcio.h"
+#include "CStringEx.h"
 #include "Idioma.h"
+#include "TComptaTemps.h"
 #include "TIndicadorEstat.h"
 #include "TItem.h"
 #include "TLlista.h"
 #include "TSerializer.h"
-#include "mvlib_export.h"
