@@ -37,13 +37,24 @@ function(mvlib_install_package)
       list(APPEND left_out PATTERN ${header} EXCLUDE)
     endforeach()
   endif()
-  install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mvlib62 COMPONENT headers FILES_MATCHING PATTERN "*.h" ${left_out})
+  install(
+    DIRECTORY include/
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mvlib62
+    COMPONENT headers
+    FILES_MATCHING PATTERN "*.h" ${left_out})
   set(framework_headers ${CMAKE_INSTALL_INCLUDEDIR}/mvafx62)
-  install(DIRECTORY framework/ DESTINATION ${framework_headers} COMPONENT headers FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+  install(
+    DIRECTORY framework/
+    DESTINATION ${framework_headers}
+    COMPONENT headers
+    FILES_MATCHING PATTERN "afx*.h" PATTERN "atl*.h" PATTERN "cstringt.h")
   install(FILES platform/win32.h platform/mvafx_export.h DESTINATION ${framework_headers} COMPONENT headers)
   if(NOT WIN32)
-    install(DIRECTORY platform/posix DESTINATION ${framework_headers} COMPONENT headers FILES_MATCHING PATTERN "*.h" PATTERN internal
-                                                                                                   EXCLUDE)
+    install(
+      DIRECTORY platform/posix
+      DESTINATION ${framework_headers}
+      COMPONENT headers
+      FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
   endif()
 
   set(package ${CMAKE_INSTALL_LIBDIR}/cmake/mvlib62)
