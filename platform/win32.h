@@ -65,5 +65,6 @@
 #include "posix/api/sync.h"
 #include "posix/api/time.h"
 #include "posix/api/user.h"
+#include "posix/api/versions.h"
 
 #endif
