@@ -30,7 +30,8 @@ bool testRange(const void* address, UINT_PTR size) {
     if (last < first)
         return false;
     for (UINT_PTR at = first & ~(page - 1);; at += page) {
-        if (!readable(reinterpret_cast<const void*>(at)))
+        // Not the page's first bytes: for address 0 they are "no mask", which the kernel likes.
+        if (!readable(reinterpret_cast<const void*>(at + 8)))
             return false;
         if (at >= (last & ~(page - 1)))
             return true;

@@ -2,8 +2,8 @@
 #include <afx.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -30,7 +30,8 @@ const double notANumber = std::numeric_limits<double>::quiet_NaN();
 } // namespace
 
 TEST(FormatTest, ExampleUsage) {
-    EXPECT_EQ("folder a: 12 files, 3.50 MB (75%)", Wide(L"%s %hs: %d files, %.2f MB (%u%%)", L"folder", "a", 12, 3.5, 75u));
+    EXPECT_EQ("folder a: 12 files, 3.50 MB (75%)",
+              Wide(L"%s %hs: %d files, %.2f MB (%u%%)", L"folder", "a", 12, 3.5, 75u));
 }
 
 // ---- Texts
@@ -136,7 +137,7 @@ TEST(FormatTest, NumberSizes) {
     EXPECT_EQ("-1 255", Wide(L"%hhd %hhu", 0xFF, 0xFF));
     EXPECT_EQ("-7 7", Wide(L"%ld %lu", -7L, 7UL));
     EXPECT_EQ("7 -7 8 -8", Wide(L"%zu %td %Iu %Id", static_cast<size_t>(7), static_cast<ptrdiff_t>(-7),
-                              static_cast<UINT_PTR>(8), static_cast<INT_PTR>(-8)));
+                                static_cast<UINT_PTR>(8), static_cast<INT_PTR>(-8)));
     EXPECT_EQ("9", Wide(L"%jd", static_cast<intmax_t>(9)));
     EXPECT_EQ(std::to_string(ULONG_MAX), Wide(L"%lu", ULONG_MAX));
 }
@@ -156,18 +157,21 @@ TEST(FormatTest, FixedNotation) {
     EXPECT_EQ("1.125 1.12 1.14", Wide(L"%.3f %.2f %.2f", 1.125, 1.125, 1.135));
     EXPECT_EQ("-0.0", Wide(L"%.1f", -0.0));
     EXPECT_EQ("1.", Wide(L"%#.0f", 1.0));
-    EXPECT_EQ("[   1.50][1.50   ][0001.50][  +1.50]", Wide(L"[%7.2f][%-7.2f][%07.2f][%+7.2f]", 1.5, 1.5, 1.5, 1.5));
+    EXPECT_EQ("[   1.50][1.50   ][0001.50][  +1.50]",
+              Wide(L"[%7.2f][%-7.2f][%07.2f][%+7.2f]", 1.5, 1.5, 1.5, 1.5));
     EXPECT_EQ("-01.5", Wide(L"%05.1f", -1.5));
 }
 
 TEST(FormatTest, ExponentHasAtLeastTwoDigits) {
-    EXPECT_EQ("1.500000e+00 1.500000E+10 1.5e-07 1e+100", Wide(L"%e %E %.1e %.0e", 1.5, 1.5e10, 1.5e-7, 1e100));
+    EXPECT_EQ("1.500000e+00 1.500000E+10 1.5e-07 1e+100",
+              Wide(L"%e %E %.1e %.0e", 1.5, 1.5e10, 1.5e-7, 1e100));
     EXPECT_EQ("1.e+00", Wide(L"%#.0e", 1.0));
     EXPECT_EQ("0.000000e+00", Wide(L"%e", 0.0));
 }
 
 TEST(FormatTest, GeneralNotation) {
-    EXPECT_EQ("0 1 1.5 100000 1e+06 1e-05 0.0001", Wide(L"%g %g %g %g %g %g %g", 0.0, 1.0, 1.5, 1e5, 1e6, 1e-5, 1e-4));
+    EXPECT_EQ("0 1 1.5 100000 1e+06 1e-05 0.0001",
+              Wide(L"%g %g %g %g %g %g %g", 0.0, 1.0, 1.5, 1e5, 1e6, 1e-5, 1e-4));
     EXPECT_EQ("0.1 0.10000000000000001", Wide(L"%.10g %.17g", 0.1, 0.1));
     EXPECT_EQ("1E+100 1e+100", Wide(L"%.10G %.10g", 1e100, 1e100));
     EXPECT_EQ("1.00000 1.00000e+06 1.", Wide(L"%#g %#g %#.1g", 1.0, 1e6, 1.0));
@@ -183,7 +187,8 @@ TEST(FormatTest, HexadecimalNotation) {
 }
 
 TEST(FormatTest, InfinitiesAndNotANumber) {
-    EXPECT_EQ("inf -inf nan INF NAN", Wide(L"%f %e %g %F %G", infinity, -infinity, notANumber, infinity, notANumber));
+    EXPECT_EQ("inf -inf nan INF NAN",
+              Wide(L"%f %e %g %F %G", infinity, -infinity, notANumber, infinity, notANumber));
     EXPECT_EQ("[  inf][ +inf][inf  ]", Wide(L"[%05f][%+5f][%-5f]", infinity, infinity, infinity));
     EXPECT_EQ("nan", Wide(L"%f", -notANumber));
 }

@@ -128,25 +128,25 @@ TEST(ExceptionTest, IsCaughtByItsBaseAcrossModules) {
     ExpectThrow<CException>([] { AfxThrowOleException(E_FAIL); },
                             [](CException* e) { EXPECT_NE(nullptr, dynamic_cast<COleException*>(e)); });
     ExpectThrow<CSimpleException>([] { AfxThrowInvalidArgException(); }, [](CSimpleException*) {});
-    ExpectThrow<CObject>([] { AfxThrowNotSupportedException(); }, [](CObject* e) {
-        EXPECT_TRUE(e->IsKindOf(RUNTIME_CLASS(CNotSupportedException)));
-    });
+    ExpectThrow<CObject>([] { AfxThrowNotSupportedException(); },
+                         [](CObject* e) { EXPECT_TRUE(e->IsKindOf(RUNTIME_CLASS(CNotSupportedException))); });
 }
 
 TEST(ExceptionTest, FixedTexts) {
     ExpectThrow<CMemoryException>([] { AfxThrowMemoryException(); },
                                   [](auto* e) { EXPECT_EQ(L"There is not enough memory.", TextOf(*e)); });
-    ExpectThrow<CNotSupportedException>([] { AfxThrowNotSupportedException(); }, [](auto* e) {
-        EXPECT_EQ(L"This operation is not supported.", TextOf(*e));
-    });
-    ExpectThrow<CInvalidArgException>([] { AfxThrowInvalidArgException(); }, [](auto* e) {
-        EXPECT_EQ(L"The program passed an invalid argument.", TextOf(*e));
-    });
-    ExpectThrow<CUserException>([] { AfxThrowUserException(); },
-                                [](auto* e) { EXPECT_EQ(L"The operation was ended by the user.", TextOf(*e)); });
-    ExpectThrow<CResourceException>([] { AfxThrowResourceException(); }, [](auto* e) {
-        EXPECT_EQ(L"A system resource could not be loaded or created.", TextOf(*e));
-    });
+    ExpectThrow<CNotSupportedException>(
+        [] { AfxThrowNotSupportedException(); },
+        [](auto* e) { EXPECT_EQ(L"This operation is not supported.", TextOf(*e)); });
+    ExpectThrow<CInvalidArgException>(
+        [] { AfxThrowInvalidArgException(); },
+        [](auto* e) { EXPECT_EQ(L"The program passed an invalid argument.", TextOf(*e)); });
+    ExpectThrow<CUserException>(
+        [] { AfxThrowUserException(); },
+        [](auto* e) { EXPECT_EQ(L"The operation was ended by the user.", TextOf(*e)); });
+    ExpectThrow<CResourceException>(
+        [] { AfxThrowResourceException(); },
+        [](auto* e) { EXPECT_EQ(L"A system resource could not be loaded or created.", TextOf(*e)); });
 }
 
 TEST(ExceptionTest, MemoryExceptionIsOneObjectThatDeleteLeavesAlone) {
@@ -235,54 +235,57 @@ TEST(ExceptionTest, FileCausesOfSystemErrors) {
 }
 
 TEST(ExceptionTest, EveryFileCauseHasItsNumberAndText) {
-    const std::vector<std::wstring> texts = {
-        L"No error occurred with the file F.",
-        L"An unexpected error occurred with the file F.",
-        L"The file F was not found.",
-        L"The path F is not valid.",
-        L"The file F could not be opened: too many files are open.",
-        L"Access to the file F was denied.",
-        L"The file F is not valid, or was closed.",
-        L"The folder F is in use or not empty and cannot be removed.",
-        L"The folder of the file F is full.",
-        L"A position in the file F could not be reached.",
-        L"The device reported an error with the file F.",
-        L"The file F is in use by another program.",
-        L"A part of the file F is locked by another program.",
-        L"There is not enough room on the disk for the file F.",
-        L"The end of the file F was reached too early.",
-        L"An unexpected error occurred with the file F."};
+    const std::vector<std::wstring> texts = {L"No error occurred with the file F.",
+                                             L"An unexpected error occurred with the file F.",
+                                             L"The file F was not found.",
+                                             L"The path F is not valid.",
+                                             L"The file F could not be opened: too many files are open.",
+                                             L"Access to the file F was denied.",
+                                             L"The file F is not valid, or was closed.",
+                                             L"The folder F is in use or not empty and cannot be removed.",
+                                             L"The folder of the file F is full.",
+                                             L"A position in the file F could not be reached.",
+                                             L"The device reported an error with the file F.",
+                                             L"The file F is in use by another program.",
+                                             L"A part of the file F is locked by another program.",
+                                             L"There is not enough room on the disk for the file F.",
+                                             L"The end of the file F was reached too early.",
+                                             L"An unexpected error occurred with the file F."};
     for (int cause = 0; cause < static_cast<int>(texts.size()); ++cause) {
         EXPECT_EQ(texts[cause], TextOf(CFileException(cause, -1, L"F")));
     }
     EXPECT_EQ(13, CFileException::diskFull);
     EXPECT_EQ(14, CFileException::endOfFile);
-    EXPECT_EQ(L"The file without a name was not found.", TextOf(CFileException(CFileException::fileNotFound)));
+    EXPECT_EQ(L"The file without a name was not found.",
+              TextOf(CFileException(CFileException::fileNotFound)));
 }
 
 TEST(ExceptionTest, SystemErrorsAreThrownByNumber) {
-    ExpectThrow<CFileException>([] { CFileException::ThrowOsError(5, L"f"); }, [](CFileException* e) {
-        EXPECT_EQ(CFileException::accessDenied, e->m_cause);
-        EXPECT_EQ(5, e->m_lOsError);
-        EXPECT_TRUE(e->m_strFileName == L"f");
-    });
+    ExpectThrow<CFileException>([] { CFileException::ThrowOsError(5, L"f"); },
+                                [](CFileException* e) {
+                                    EXPECT_EQ(CFileException::accessDenied, e->m_cause);
+                                    EXPECT_EQ(5, e->m_lOsError);
+                                    EXPECT_TRUE(e->m_strFileName == L"f");
+                                });
     EXPECT_NO_THROW(CFileException::ThrowOsError(0));
     EXPECT_NO_THROW(CFileException::ThrowErrno(0));
-    ExpectThrow<CFileException>([] { CFileException::ThrowErrno(ENOENT); },
-                                [](CFileException* e) { EXPECT_EQ(CFileException::fileNotFound, e->m_cause); });
+    ExpectThrow<CFileException>(
+        [] { CFileException::ThrowErrno(ENOENT); },
+        [](CFileException* e) { EXPECT_EQ(CFileException::fileNotFound, e->m_cause); });
 }
 
 TEST(ExceptionTest, ResultCodes) {
     ExpectThrow<CMemoryException>([] { AtlThrow(E_OUTOFMEMORY); }, [](auto*) {});
     ExpectThrow<COleException>([] { AtlThrow(E_INVALIDARG); },
                                [](COleException* e) { EXPECT_EQ(static_cast<SCODE>(0x80070057), e->m_sc); });
-    ExpectThrow<COleException>([] { AfxThrowOleException(static_cast<SCODE>(0x80070005)); }, [](COleException* e) {
-        EXPECT_EQ(static_cast<SCODE>(0x80070005), e->m_sc);
-        EXPECT_EQ(e->m_sc, COleException::Process(e));
-        WCHAR text[512];
-        EXPECT_TRUE(e->GetErrorMessage(text, 512));
-        EXPECT_NE(0, text[0]);
-    });
+    ExpectThrow<COleException>([] { AfxThrowOleException(static_cast<SCODE>(0x80070005)); },
+                               [](COleException* e) {
+                                   EXPECT_EQ(static_cast<SCODE>(0x80070005), e->m_sc);
+                                   EXPECT_EQ(e->m_sc, COleException::Process(e));
+                                   WCHAR text[512];
+                                   EXPECT_TRUE(e->GetErrorMessage(text, 512));
+                                   EXPECT_NE(0, text[0]);
+                               });
     CMemoryException memory;
     EXPECT_EQ(E_OUTOFMEMORY, COleException::Process(&memory));
     CNotSupportedException notSupported;
@@ -336,14 +339,15 @@ TEST(DumpContextTest, ExampleUsage) {
 
 TEST(DumpContextTest, WritesNumbers) {
     DebugCapture debugger;
-    afxDump << static_cast<BYTE>(200) << " " << static_cast<WORD>(60000) << " " << -5 << " " << 5u << " " << -6L
-            << " " << 6UL << " " << -7LL << " " << 7ULL << " " << 1.5f << " " << 2.5;
+    afxDump << static_cast<BYTE>(200) << " " << static_cast<WORD>(60000) << " " << -5 << " " << 5u << " "
+            << -6L << " " << 6UL << " " << -7LL << " " << 7ULL << " " << 1.5f << " " << 2.5;
     EXPECT_EQ(L"200 60000 -5 5 -6 6 -7 7 1.5 2.5", debugger.Text());
 }
 
 TEST(DumpContextTest, NullsAreNamed) {
     DebugCapture debugger;
-    afxDump << static_cast<LPCWSTR>(nullptr) << static_cast<LPCSTR>(nullptr) << static_cast<const CObject*>(nullptr);
+    afxDump << static_cast<LPCWSTR>(nullptr) << static_cast<LPCSTR>(nullptr)
+            << static_cast<const CObject*>(nullptr);
     EXPECT_EQ(L"(NULL)(NULL)NULL", debugger.Text());
 }
 
