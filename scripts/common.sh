@@ -38,6 +38,7 @@ find_wine() {
             "WINEDLLPATH=$copy/usr/lib/i386-linux-gnu/wine"
             "WINESERVER=$wine_server"
         )
+        [ -e /etc/fonts/fonts.conf ] || wine_env+=("FONTCONFIG_PATH=$copy/etc/fonts")
         wine_zlib=$copy/usr/i686-w64-mingw32/lib/zlib1.dll
         [ -e /lib/ld-linux.so.2 ]
         return
