@@ -4,10 +4,6 @@
 #     a module of resources alone: a DLL without code, or a shared object with the table that platform/posix reads.
 #   mvlib_target_strings(<target> TABLE <file> LANGUAGE <key> LANGID <number>)
 #     adds the strings to a program.
-if(WIN32)
-  enable_language(RC)
-endif()
-
 function(mvlib_generate_strings result)
   cmake_parse_arguments(PARSE_ARGV 1 arg "REGISTER" "TARGET;TABLE;LANGUAGE;LANGID" "")
   get_filename_component(table ${arg_TABLE} ABSOLUTE)
