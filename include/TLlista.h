@@ -158,9 +158,12 @@ protected:
     TItem** m_ppItems; // the slots; null without storage; those beyond the entries are null
 
 private:
+    class Copier;
+
     int ampliar(int n);
     int reduir();
-    TItem* treureEntrada(int pos);
+    bool situar(int pos);
+    TItem* extreure();
 };
 
 // A list in the order of the items' Comparar. Only Afegir keeps the order; everything inherited puts entries

@@ -1,0 +1,206 @@
+#include "items/SmallBlocks.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <type_traits>
+
+namespace mvlib::blocks {
+
+constinit thread_local ThreadCache t_cache{};
+
+namespace {
+
+constexpr std::size_t FIRST_CHUNK = 4096;
+constexpr std::size_t LARGEST_CHUNK = 131072;
+
+struct Chunk {
+    Chunk* next;
+    char* end;
+};
+constexpr std::size_t CHUNK_HEADER = (sizeof(Chunk) + GRAIN - 1) / GRAIN * GRAIN;
+
+// Held for a few instructions, or for one allocation of a chunk. It needs neither set-up nor end: blocks may still
+// be freed while the process runs its last destructors.
+class SpinLock {
+public:
+    void lock() {
+        while (m_held.test_and_set(std::memory_order_acquire))
+            std::this_thread::yield();
+    }
+    void unlock() { m_held.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag m_held;
+};
+
+// What the threads share of one size class.
+struct SharedPool {
+    SpinLock lock;
+    FreeBlock* batches;
+    Chunk* chunks;
+    char* fresh;
+    char* freshEnd;
+    std::size_t nextChunk;
+};
+
+static_assert(std::is_trivially_destructible_v<SharedPool>);
+constinit SharedPool g_pools[CLASSES]{};
+
+constexpr int BatchLimit(std::size_t index) {
+    return static_cast<int>(std::max<std::size_t>(2048 / ((index + 1) * GRAIN), 16));
+}
+
+void GiveBatch(SharedPool& pool, FreeBlock* batch) {
+    if (batch == nullptr)
+        return;
+    const std::lock_guard guard(pool.lock);
+    batch->nextBatch = pool.batches;
+    pool.batches = batch;
+}
+
+// Fresh memory for a batch of blocks, or for fewer when the chunk ends. False without memory. The lock is held.
+bool CarveLocked(SharedPool& pool, std::size_t index, char*& begin, char*& end) {
+    const std::size_t bytes = (index + 1) * GRAIN;
+    if (pool.fresh == pool.freshEnd) {
+        const std::size_t size = std::max(pool.nextChunk, FIRST_CHUNK);
+        auto* chunk = static_cast<Chunk*>(std::malloc(size));
+        if (chunk == nullptr)
+            return false;
+        pool.nextChunk = std::min(2 * size, LARGEST_CHUNK);
+        pool.fresh = reinterpret_cast<char*>(chunk) + CHUNK_HEADER;
+        pool.freshEnd = pool.fresh + (size - CHUNK_HEADER) / bytes * bytes;
+        chunk->next = pool.chunks;
+        chunk->end = pool.freshEnd;
+        pool.chunks = chunk;
+    }
+    const std::size_t wanted = static_cast<std::size_t>(BatchLimit(index)) * bytes;
+    begin = pool.fresh;
+    end = begin + std::min(wanted, static_cast<std::size_t>(pool.freshEnd - begin));
+    pool.fresh = end;
+    return true;
+}
+
+// Gives the thread's blocks to the shared pools when the thread ends.
+class ThreadEnd {
+public:
+    ThreadEnd() {
+        for (std::size_t index = 0; index < CLASSES; ++index)
+            t_cache.lists[index].limit = BatchLimit(index);
+    }
+    ~ThreadEnd() {
+        for (std::size_t index = 0; index < CLASSES; ++index) {
+            ThreadList& list = t_cache.lists[index];
+            FreeBlock* fresh = nullptr;
+            for (; list.fresh != list.freshEnd; list.fresh += (index + 1) * GRAIN) {
+                auto* block = reinterpret_cast<FreeBlock*>(list.fresh);
+                block->next = fresh;
+                fresh = block;
+            }
+            GiveBatch(g_pools[index], fresh);
+            GiveBatch(g_pools[index], list.head);
+            GiveBatch(g_pools[index], list.reserve);
+            list = ThreadList{};
+        }
+        s_ended = true;
+    }
+    // False once the thread's blocks have been given back: destructors that run later use the shared pools.
+    static bool Register() {
+        if (s_ended)
+            return false;
+        thread_local ThreadEnd atThreadEnd;
+        return true;
+    }
+
+private:
+    static constinit thread_local bool s_ended;
+};
+constinit thread_local bool ThreadEnd::s_ended = false;
+
+void* AllocateShared(std::size_t index) {
+    SharedPool& pool = g_pools[index];
+    const std::lock_guard guard(pool.lock);
+    if (FreeBlock* block = pool.batches) {
+        FreeBlock* rest = block->next;
+        if (rest != nullptr)
+            rest->nextBatch = block->nextBatch;
+        pool.batches = rest != nullptr ? rest : block->nextBatch;
+        return block;
+    }
+    char* begin;
+    char* end;
+    if (!CarveLocked(pool, index, begin, end))
+        return nullptr;
+    pool.fresh = begin + (index + 1) * GRAIN;
+    return begin;
+}
+
+} // namespace
+
+void* AllocateSlowly(std::size_t index) noexcept {
+    if (!ThreadEnd::Register())
+        return AllocateShared(index);
+    ThreadList& list = t_cache.lists[index];
+    SharedPool& pool = g_pools[index];
+    FreeBlock* batch = list.reserve;
+    list.reserve = nullptr;
+    if (batch == nullptr) {
+        const std::lock_guard guard(pool.lock);
+        batch = pool.batches;
+        if (batch != nullptr) {
+            pool.batches = batch->nextBatch;
+        } else {
+            char* begin;
+            char* end;
+            if (!CarveLocked(pool, index, begin, end))
+                return nullptr;
+            list.fresh = begin + (index + 1) * GRAIN;
+            list.freshEnd = end;
+            list.count = 0;
+            return begin;
+        }
+    }
+    // A batch may be shorter than the limit: then the thread parts with its next one a little early.
+    list.head = batch->next;
+    list.count = list.limit - 1;
+    return batch;
+}
+
+void FreeSlowly(void* block, std::size_t index) noexcept {
+    auto* freed = static_cast<FreeBlock*>(block);
+    freed->next = nullptr;
+    if (!ThreadEnd::Register()) {
+        GiveBatch(g_pools[index], freed);
+        return;
+    }
+    ThreadList& list = t_cache.lists[index];
+    if (list.count >= list.limit) {
+        GiveBatch(g_pools[index], list.reserve);
+        list.reserve = list.head;
+        list.head = nullptr;
+        list.count = 0;
+    }
+    freed->next = list.head;
+    list.head = freed;
+    ++list.count;
+}
+
+bool FreeOfUnknownSize(void* block) noexcept {
+    for (std::size_t index = 0; index < CLASSES; ++index) {
+        bool found = false;
+        {
+            const std::lock_guard guard(g_pools[index].lock);
+            for (const Chunk* chunk = g_pools[index].chunks; chunk != nullptr && !found; chunk = chunk->next)
+                found = block >= static_cast<const void*>(chunk) && block < static_cast<void*>(chunk->end);
+        }
+        if (found) {
+            Free(block, (index + 1) * GRAIN);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace mvlib::blocks
