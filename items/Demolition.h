@@ -1,18 +1,18 @@
 // Destroying nested containers without a stack frame per level.
 //
-// The loop that destroys a container's items notes which one it is about to delete. When that item is itself a
-// container, the destructor of its container part finds itself noted and, instead of destroying its own items,
-// hands its array over; the loop goes on with it once the delete has returned. Items are thus destroyed in the
-// order in which recursion would destroy them. A container that is a member, or a local of some destructor, is
-// never the noted item and destroys its items itself, before it is gone.
+// The loop that destroys a container's items notes which one it is about to delete. When that item is itself
+// a container, the destructor of its container part finds itself noted and, instead of destroying its own
+// items, hands its array over; the loop goes on with it once the delete has returned. Items are thus
+// destroyed in the order in which recursion would destroy them. A container that is a member, or a local of
+// some destructor, is never the noted item and destroys its items itself, before it is gone.
 #pragma once
 
 class TItem;
 
 namespace mvlib {
 
-// An array of items yet to be destroyed. It lies behind the slots of the array itself: destroying never has to
-// allocate.
+// An array of items yet to be destroyed. It lies behind the slots of the array itself: destroying never has
+// to allocate.
 struct DoomedArray {
     DoomedArray* below;
     TItem** items;

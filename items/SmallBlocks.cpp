@@ -22,8 +22,8 @@ struct Chunk {
 };
 constexpr std::size_t CHUNK_HEADER = (sizeof(Chunk) + GRAIN - 1) / GRAIN * GRAIN;
 
-// Held for a few instructions, or for one allocation of a chunk. It needs neither set-up nor end: blocks may still
-// be freed while the process runs its last destructors.
+// Held for a few instructions, or for one allocation of a chunk. It needs neither set-up nor end: blocks may
+// still be freed while the process runs its last destructors.
 class SpinLock {
 public:
     void lock() {
@@ -61,7 +61,8 @@ void GiveBatch(SharedPool& pool, FreeBlock* batch) {
     pool.batches = batch;
 }
 
-// Fresh memory for a batch of blocks, or for fewer when the chunk ends. False without memory. The lock is held.
+// Fresh memory for a batch of blocks, or for fewer when the chunk ends. False without memory. The lock is
+// held.
 bool CarveLocked(SharedPool& pool, std::size_t index, char*& begin, char*& end) {
     const std::size_t bytes = (index + 1) * GRAIN;
     if (pool.fresh == pool.freshEnd) {

@@ -1,9 +1,9 @@
 // Pools of small memory blocks, one per size class, behind a cache in every thread.
 //
-// A block is carved from a chunk once and then moves between the user, the lists of the thread that frees it, and
-// the pool that the threads share. Lists move between a thread and the shared pool whole, a batch at a time, so
-// that the lock is taken once for dozens of blocks. A thread's lists go to the shared pool when the thread ends.
-// Chunks are never given back to the system.
+// A block is carved from a chunk once and then moves between the user, the lists of the thread that frees it,
+// and the pool that the threads share. Lists move between a thread and the shared pool whole, a batch at a
+// time, so that the lock is taken once for dozens of blocks. A thread's lists go to the shared pool when the
+// thread ends. Chunks are never given back to the system.
 #pragma once
 
 #include <cstddef>

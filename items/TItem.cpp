@@ -69,9 +69,10 @@ constinit const CMirvaRTTI TBool::m_rttiTBool(&TItem::m_rttiTItem, "TBool", 10, 
 constinit const CMirvaRTTI TChar::m_rttiTChar(&TItem::m_rttiTItem, "TChar", 14, sizeof(TChar), nullptr);
 constinit const CMirvaRTTI TFloat::m_rttiTFloat(&TItem::m_rttiTItem, "TFloat", 12, sizeof(TFloat), nullptr);
 // Kept: 31, where 13 would have been next.
-constinit const CMirvaRTTI TDouble::m_rttiTDouble(&TItem::m_rttiTItem, "TDouble", 31, sizeof(TDouble), nullptr);
-constinit const CMirvaRTTI TItemString::m_rttiTItemString(&TItem::m_rttiTItem, "TItemString", 200, sizeof(TItemString),
-                                                nullptr);
+constinit const CMirvaRTTI TDouble::m_rttiTDouble(&TItem::m_rttiTItem, "TDouble", 31, sizeof(TDouble),
+                                                  nullptr);
+constinit const CMirvaRTTI TItemString::m_rttiTItemString(&TItem::m_rttiTItem, "TItemString", 200,
+                                                          sizeof(TItemString), nullptr);
 
 int CMirvaRTTI::EsTipus(int nTipus) const {
     for (const CMirvaRTTI* record = this; record != nullptr; record = record->m_pPare)
@@ -80,19 +81,33 @@ int CMirvaRTTI::EsTipus(int nTipus) const {
     return 0;
 }
 
-TItem* TItem::Duplicar() const { return nullptr; }
+TItem* TItem::Duplicar() const {
+    return nullptr;
+}
 
-const CMirvaRTTI* TItem::GetRTTI() const { return &m_rttiTItem; }
+const CMirvaRTTI* TItem::GetRTTI() const {
+    return &m_rttiTItem;
+}
 
-int TItem::EsBuit() const { return 0; }
+int TItem::EsBuit() const {
+    return 0;
+}
 
-int TItem::Iguals(const TItem* p) const { return Comparar(p) == 0 ? 1 : 0; }
+int TItem::Iguals(const TItem* p) const {
+    return Comparar(p) == 0 ? 1 : 0;
+}
 
-int TItem::Comparar(const TItem*) const { return 0; }
+int TItem::Comparar(const TItem*) const {
+    return 0;
+}
 
-int TItem::Guardar(FILE*) const { return NOT_SUPPORTED; }
+int TItem::Guardar(FILE*) const {
+    return NOT_SUPPORTED;
+}
 
-int TItem::Llegir(FILE*) { return NOT_SUPPORTED; }
+int TItem::Llegir(FILE*) {
+    return NOT_SUPPORTED;
+}
 
 const wchar_t* TItem::GetNomClasse() const {
     thread_local std::unique_ptr<wchar_t[]> text;
@@ -128,30 +143,50 @@ int AfxItemValid(const TItem* item) {
     return record->EsTipus(VALID_ITEM_ID);
 }
 
-TItem* TInt::Duplicar() const { return new (std::nothrow) TInt(m_valor); }
+TItem* TInt::Duplicar() const {
+    return new (std::nothrow) TInt(m_valor);
+}
 
-const CMirvaRTTI* TInt::GetRTTI() const { return &m_rttiTInt; }
+const CMirvaRTTI* TInt::GetRTTI() const {
+    return &m_rttiTInt;
+}
 
 int TInt::Comparar(const TItem* p) const {
     const int other = static_cast<const TInt*>(p)->m_valor;
     return static_cast<int>(static_cast<unsigned int>(m_valor) - static_cast<unsigned int>(other));
 }
 
-TItem* TBool::Duplicar() const { return new (std::nothrow) TBool(m_valor); }
+TItem* TBool::Duplicar() const {
+    return new (std::nothrow) TBool(m_valor);
+}
 
-const CMirvaRTTI* TBool::GetRTTI() const { return &m_rttiTBool; }
+const CMirvaRTTI* TBool::GetRTTI() const {
+    return &m_rttiTBool;
+}
 
-TItem* TChar::Duplicar() const { return new (std::nothrow) TChar(m_valor); }
+TItem* TChar::Duplicar() const {
+    return new (std::nothrow) TChar(m_valor);
+}
 
-const CMirvaRTTI* TChar::GetRTTI() const { return &m_rttiTChar; }
+const CMirvaRTTI* TChar::GetRTTI() const {
+    return &m_rttiTChar;
+}
 
-TItem* TFloat::Duplicar() const { return new (std::nothrow) TFloat(m_valor); }
+TItem* TFloat::Duplicar() const {
+    return new (std::nothrow) TFloat(m_valor);
+}
 
-const CMirvaRTTI* TFloat::GetRTTI() const { return &m_rttiTFloat; }
+const CMirvaRTTI* TFloat::GetRTTI() const {
+    return &m_rttiTFloat;
+}
 
-TItem* TDouble::Duplicar() const { return new (std::nothrow) TDouble(m_valor); }
+TItem* TDouble::Duplicar() const {
+    return new (std::nothrow) TDouble(m_valor);
+}
 
-const CMirvaRTTI* TDouble::GetRTTI() const { return &m_rttiTDouble; }
+const CMirvaRTTI* TDouble::GetRTTI() const {
+    return &m_rttiTDouble;
+}
 
 TItemString::TItemString(const wchar_t* psz)
     : m_pszText(nullptr) {
@@ -175,11 +210,17 @@ TItemString& TItemString::operator=(const wchar_t* psz) {
     return *this;
 }
 
-TItemString::~TItemString() { std::free(m_pszText); }
+TItemString::~TItemString() {
+    std::free(m_pszText);
+}
 
-TItem* TItemString::Duplicar() const { return new (std::nothrow) TItemString(this); }
+TItem* TItemString::Duplicar() const {
+    return new (std::nothrow) TItemString(this);
+}
 
-const CMirvaRTTI* TItemString::GetRTTI() const { return &m_rttiTItemString; }
+const CMirvaRTTI* TItemString::GetRTTI() const {
+    return &m_rttiTItemString;
+}
 
 int TItemString::Comparar(const TItem* p) const {
     const wchar_t* other = static_cast<const TItemString*>(p)->m_pszText;

@@ -14,10 +14,11 @@
 #include "afx.h"
 #include "TIndicadorEstat.h"
 
-constinit const CMirvaRTTI TLlista::m_rttiTLlista(&TItem::m_rttiTItem, "TLlista", 2, sizeof(TLlista), nullptr);
+constinit const CMirvaRTTI TLlista::m_rttiTLlista(&TItem::m_rttiTItem, "TLlista", 2, sizeof(TLlista),
+                                                  nullptr);
 // Kept: TCrossList has the id 8 too.
-constinit const CMirvaRTTI TLlistaCircular::m_rttiTLlistaCircular(&TLlista::m_rttiTLlista, "TLlistaCircular", 8,
-                                                                  sizeof(TLlistaCircular), nullptr);
+constinit const CMirvaRTTI TLlistaCircular::m_rttiTLlistaCircular(&TLlista::m_rttiTLlista, "TLlistaCircular",
+                                                                  8, sizeof(TLlistaCircular), nullptr);
 constinit const CMirvaRTTI TPila::m_rttiTPila(&TLlista::m_rttiTLlista, "TPila", 5, sizeof(TPila), nullptr);
 
 namespace mvlib {
@@ -57,14 +58,17 @@ constexpr std::int64_t MOST_SLOTS =
     std::min<std::int64_t>(INT32_MAX, (PTRDIFF_MAX - static_cast<std::int64_t>(sizeof(DoomedArray))) /
                                           static_cast<std::int64_t>(sizeof(TItem*)));
 
-// The slots and the room of a DoomedArray behind them; the first slots keep what they hold. Null without memory.
+// The slots and the room of a DoomedArray behind them; the first slots keep what they hold. Null without
+// memory.
 TItem** ResizeSlots(TItem** slots, int capacity) {
     const std::size_t bytes = static_cast<std::size_t>(capacity) * sizeof(TItem*) + sizeof(DoomedArray);
     return static_cast<TItem**>(std::realloc(slots, bytes));
 }
 
 // The next multiple of the step strictly above `count`.
-std::int64_t RoundUp(std::int64_t count, int step) { return count + (step - count % step); }
+std::int64_t RoundUp(std::int64_t count, int step) {
+    return count + (step - count % step);
+}
 
 // The classes of this library whose Duplicar is TLlista's; a client's class may have its own.
 bool IsPlainList(const TItem* item) {
@@ -82,8 +86,8 @@ struct Freer {
 // What TLlista's deep copy works on: a stack of half-filled copies, so that nesting takes no stack.
 class TLlista::Copier {
 public:
-    // Fills `target`, which is empty. Throws CMemoryException*; what was copied hangs below `target` then, and
-    // all of it is owned.
+    // Fills `target`, which is empty. Throws CMemoryException*; what was copied hangs below `target` then,
+    // and all of it is owned.
     void Fill(TLlista* target, const TLlista* source) {
         try {
             Begin(target, source);
@@ -154,15 +158,25 @@ TLlista::~TLlista() {
     Done(m_bPropietari);
 }
 
-TItem* TLlista::Duplicar() const { return new (std::nothrow) TLlista(this); }
+TItem* TLlista::Duplicar() const {
+    return new (std::nothrow) TLlista(this);
+}
 
-const CMirvaRTTI* TLlista::GetRTTI() const { return &m_rttiTLlista; }
+const CMirvaRTTI* TLlista::GetRTTI() const {
+    return &m_rttiTLlista;
+}
 
-int TLlista::EsBuit() const { return m_nElements <= 0 ? 1 : 0; }
+int TLlista::EsBuit() const {
+    return m_nElements <= 0 ? 1 : 0;
+}
 
-int TLlista::Afegir(TItem* p) { return Insertar(p, m_nElements); }
+int TLlista::Afegir(TItem* p) {
+    return Insertar(p, m_nElements);
+}
 
-TItem* TLlista::Canviar(TItem* p, int pos) { return situar(pos) ? std::exchange(m_ppItems[m_nActual], p) : nullptr; }
+TItem* TLlista::Canviar(TItem* p, int pos) {
+    return situar(pos) ? std::exchange(m_ppItems[m_nActual], p) : nullptr;
+}
 
 int TLlista::Insertar(TItem* p, int pos) {
     const int count = m_nElements;
@@ -233,7 +247,8 @@ int TLlista::Concatenar(const TLlista* pOrigen, int pos) {
     if (ampliar(added) != 0)
         return NO_MEMORY;
     const int count = m_nElements;
-    // Beyond the end there is nothing to make room in; the clones of an append are stored behind the last entry.
+    // Beyond the end there is nothing to make room in; the clones of an append are stored behind the last
+    // entry.
     if (pos < 0 || pos > count)
         pos = count;
     // Kept: upwards, and with this bound. It stays inside the array: i + added < count + added <= capacity.
@@ -478,17 +493,25 @@ int TLlistaOrdenada::BusquedaDic(const TItem* p, int lo, int hi, int& pos) const
 
 TLlistaCircular::~TLlistaCircular() = default;
 
-const CMirvaRTTI* TLlistaCircular::GetRTTI() const { return &m_rttiTLlistaCircular; }
+const CMirvaRTTI* TLlistaCircular::GetRTTI() const {
+    return &m_rttiTLlistaCircular;
+}
 
-TItem* TLlistaCircular::Canviar(TItem* p, int pos) { return TLlista::Canviar(p, CalculaPosicio(pos)); }
+TItem* TLlistaCircular::Canviar(TItem* p, int pos) {
+    return TLlista::Canviar(p, CalculaPosicio(pos));
+}
 
 int TLlistaCircular::Insertar(TItem* p, int pos) {
     return TLlista::Insertar(p, pos == m_nElements ? pos : CalculaPosicio(pos));
 }
 
-int TLlistaCircular::Eliminar(int pos) { return TLlista::Eliminar(CalculaPosicio(pos)); }
+int TLlistaCircular::Eliminar(int pos) {
+    return TLlista::Eliminar(CalculaPosicio(pos));
+}
 
-TItem* TLlistaCircular::Treure(int pos) { return TLlista::Treure(CalculaPosicio(pos)); }
+TItem* TLlistaCircular::Treure(int pos) {
+    return TLlista::Treure(CalculaPosicio(pos));
+}
 
 int TLlistaCircular::Seguent() {
     if (m_nActual != m_nElements)
@@ -514,15 +537,25 @@ int TLlistaCircular::CalculaPosicio(int i) const {
 
 TPila::~TPila() = default;
 
-const CMirvaRTTI* TPila::GetRTTI() const { return &m_rttiTPila; }
+const CMirvaRTTI* TPila::GetRTTI() const {
+    return &m_rttiTPila;
+}
 
-int TPila::push(TItem* p) { return TLlista::Afegir(p); }
+int TPila::push(TItem* p) {
+    return TLlista::Afegir(p);
+}
 
-int TPila::pop() { return Eliminar(m_nElements - 1); }
+int TPila::pop() {
+    return Eliminar(m_nElements - 1);
+}
 
-TItem* TPila::poptop() { return Treure(m_nElements - 1); }
+TItem* TPila::poptop() {
+    return Treure(m_nElements - 1);
+}
 
-TItem* TPila::top() const { return m_ppItems[m_nElements - 1]; }
+TItem* TPila::top() const {
+    return m_ppItems[m_nElements - 1];
+}
 
 TPilaLimitada::~TPilaLimitada() = default;
 

@@ -1,5 +1,5 @@
-// Wide texts as UTF-16 code units, so that orders and sums that show are the same where wchar_t is a code unit and
-// where it is a code point.
+// Wide texts as UTF-16 code units, so that orders and sums that show are the same where wchar_t is a code
+// unit and where it is a code point.
 #pragma once
 
 namespace mvlib {

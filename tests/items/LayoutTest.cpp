@@ -1,0 +1,172 @@
+// Sizes, offsets and the order of virtual operations, which client code compiled against the headers relies
+// on.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+
+#include "TLlista.h"
+
+namespace {
+
+constexpr bool WINDOWS_LAYOUT = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
+
+// The bytes from the start of an object to one of its fields.
+template <class Object, class Field>
+std::ptrdiff_t Offset(const Object& object, const Field& field) {
+    return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&object);
+}
+
+// The slot of a virtual operation, counted with the destructor as slot 0. Both targets' ABI writes a pointer
+// to a virtual member as one plus the byte offset of its entry in the virtual table. The destructor takes two
+// entries there (with and without freeing the object), so that every operation stands one entry behind its
+// slot.
+template <class Operation>
+std::ptrdiff_t Slot(Operation operation) {
+    std::ptrdiff_t words[2];
+    static_assert(sizeof words == sizeof operation);
+    std::memcpy(words, &operation, sizeof words);
+    EXPECT_EQ(words[0] & 1, 1) << "not virtual";
+    EXPECT_EQ(words[1], 0) << "not in the first virtual table";
+    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)) - 1;
+}
+
+template <class Item>
+struct Value : Item {
+    std::ptrdiff_t ValueOffset() const { return Offset(*this, this->m_valor); }
+};
+
+struct Text : TItemString {
+    std::ptrdiff_t TextOffset() const { return Offset(*this, m_pszText); }
+};
+
+template <class List>
+struct Fields : List {
+    using List::List;
+    std::ptrdiff_t Owner() const { return Offset(*this, this->m_bPropietari); }
+    std::ptrdiff_t Capacity() const { return Offset(*this, this->m_nCapacitat); }
+    std::ptrdiff_t Step() const { return Offset(*this, this->m_nIncrement); }
+    std::ptrdiff_t Count() const { return Offset(*this, this->m_nElements); }
+    std::ptrdiff_t Cursor() const { return Offset(*this, this->m_nActual); }
+    std::ptrdiff_t Items() const { return Offset(*this, this->m_ppItems); }
+};
+
+struct OrderedFields : TLlistaOrdenada {
+    std::ptrdiff_t Repeated() const { return Offset(*this, m_bRepetits); }
+};
+
+struct LimitedFields : TPilaLimitada {
+    using TPilaLimitada::TPilaLimitada;
+    std::ptrdiff_t Limit() const { return Offset(*this, m_nTamany); }
+};
+
+} // namespace
+
+TEST(Layout, RecordHoldsItsFiveFieldsInOrder) {
+    const CMirvaRTTI record(nullptr, "x", 1, 2, nullptr);
+    const std::ptrdiff_t word = sizeof(void*);
+    EXPECT_EQ(Offset(record, record.m_pPare), 0);
+    EXPECT_EQ(Offset(record, record.m_szNom), word);
+    EXPECT_EQ(Offset(record, record.m_nTipus), 2 * word);
+    EXPECT_EQ(Offset(record, record.m_nMida), 2 * word + 4);
+    EXPECT_EQ(Offset(record, record.m_pfnCrear), 2 * word + 8);
+    EXPECT_EQ(sizeof(CMirvaRTTI), 3 * sizeof(void*) + 8);
+}
+
+TEST(Layout, ItemIsItsVirtualTablePointer) {
+    EXPECT_EQ(sizeof(TItem), sizeof(void*));
+}
+
+TEST(Layout, ValueItemsHoldOneField) {
+    const std::ptrdiff_t word = sizeof(void*);
+    EXPECT_EQ(Value<TInt>().ValueOffset(), word);
+    EXPECT_EQ(Value<TBool>().ValueOffset(), word);
+    EXPECT_EQ(Value<TChar>().ValueOffset(), word);
+    EXPECT_EQ(Value<TFloat>().ValueOffset(), word);
+    EXPECT_EQ(Value<TDouble>().ValueOffset(), 8);
+    EXPECT_EQ(Text().TextOffset(), word);
+    EXPECT_EQ(sizeof(TInt), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(TBool), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(TChar), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(TFloat), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(TDouble), 16U);
+    EXPECT_EQ(sizeof(TItemString), 2 * sizeof(void*));
+}
+
+TEST(Layout, ListHoldsItsFieldsInOrder) {
+    const std::ptrdiff_t first = sizeof(void*);
+    const Fields<TLlista> list;
+    EXPECT_EQ(list.Owner(), first);
+    EXPECT_EQ(list.Capacity(), first + 4);
+    EXPECT_EQ(list.Step(), first + 8);
+    EXPECT_EQ(list.Count(), first + 12);
+    EXPECT_EQ(list.Cursor(), first + 16);
+    EXPECT_EQ(list.Items(), WINDOWS_LAYOUT ? first + 20 : first + 24);
+}
+
+TEST(Layout, DerivedListsAddTheirFieldBehindTheList) {
+    EXPECT_EQ(OrderedFields().Repeated(), static_cast<std::ptrdiff_t>(sizeof(TLlista)));
+    EXPECT_EQ(LimitedFields(1).Limit(), static_cast<std::ptrdiff_t>(sizeof(TPila)));
+    EXPECT_EQ(sizeof(TLlistaCircular), sizeof(TLlista));
+    EXPECT_EQ(sizeof(TPila), sizeof(TLlista));
+}
+
+// The numbers of the Windows target are the product's; those of the native target follow from its wider
+// pointers.
+TEST(Layout, SizesOfOneInstance) {
+    const auto size = [](std::size_t windows, std::size_t native) {
+        return WINDOWS_LAYOUT ? windows : native;
+    };
+    EXPECT_EQ(sizeof(CMirvaRTTI), size(20, 32));
+    EXPECT_EQ(sizeof(TItem), size(4, 8));
+    EXPECT_EQ(sizeof(TInt), size(8, 16));
+    EXPECT_EQ(sizeof(TDouble), size(16, 16));
+    EXPECT_EQ(sizeof(TItemString), size(8, 16));
+    EXPECT_EQ(sizeof(TLlista), size(28, 40));
+    EXPECT_EQ(sizeof(TLlistaOrdenada), size(32, 48));
+    EXPECT_EQ(sizeof(TLlistaCircular), size(28, 40));
+    EXPECT_EQ(sizeof(TPila), size(28, 40));
+    EXPECT_EQ(sizeof(TPilaLimitada), size(32, 48));
+}
+
+TEST(Layout, ItemSlots) {
+    EXPECT_EQ(Slot(&TItem::Duplicar), 1);
+    EXPECT_EQ(Slot(&TItem::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TItem::EsBuit), 3);
+    EXPECT_EQ(Slot(&TItem::Iguals), 4);
+    EXPECT_EQ(Slot(&TItem::Comparar), 5);
+    EXPECT_EQ(Slot(&TItem::Guardar), 6);
+    EXPECT_EQ(Slot(&TItem::Llegir), 7);
+}
+
+TEST(Layout, ListSlotsFollowTheItemSlots) {
+    EXPECT_EQ(Slot(&TLlista::Duplicar), 1);
+    EXPECT_EQ(Slot(&TLlista::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TLlista::EsBuit), 3);
+    EXPECT_EQ(Slot(&TLlista::Afegir), 8);
+    EXPECT_EQ(Slot(&TLlista::Canviar), 9);
+    EXPECT_EQ(Slot(&TLlista::Insertar), 10);
+    EXPECT_EQ(Slot(&TLlista::Eliminar), 11);
+    EXPECT_EQ(Slot(&TLlista::Treure), 12);
+    EXPECT_EQ(Slot(&TLlista::Invertir), 13);
+    EXPECT_EQ(Slot(&TLlista::Ordenar), 14);
+    EXPECT_EQ(Slot(&TLlista::Concatenar), 15);
+    EXPECT_EQ(Slot(&TLlista::Fusionar), 16);
+}
+
+TEST(Layout, DerivedListsKeepTheListSlots) {
+    EXPECT_EQ(Slot(&TLlistaOrdenada::Afegir), 8);
+    EXPECT_EQ(Slot(&TLlistaCircular::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TLlistaCircular::Canviar), 9);
+    EXPECT_EQ(Slot(&TLlistaCircular::Insertar), 10);
+    EXPECT_EQ(Slot(&TLlistaCircular::Eliminar), 11);
+    EXPECT_EQ(Slot(&TLlistaCircular::Treure), 12);
+}
+
+TEST(Layout, StackSlotsFollowTheListSlots) {
+    EXPECT_EQ(Slot(&TPila::push), 17);
+    EXPECT_EQ(Slot(&TPila::pop), 18);
+    EXPECT_EQ(Slot(&TPila::poptop), 19);
+    EXPECT_EQ(Slot(&TPila::top), 20);
+    EXPECT_EQ(Slot(&TPilaLimitada::push), 17);
+}
