@@ -159,9 +159,11 @@ protected:
 
 private:
     class Copier;
+    friend class TArbre;
 
     int ampliar(int n);
     int reduir();
+    bool entregar(const TItem* container);
     bool situar(int pos);
     TItem* extreure();
 };

@@ -7,7 +7,12 @@
 // some destructor, is never the noted item and destroys its items itself, before it is gone.
 #pragma once
 
-class TItem;
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <utility>
+
+#include "TItem.h"
 
 namespace mvlib {
 
@@ -16,7 +21,7 @@ namespace mvlib {
 struct DoomedArray {
     DoomedArray* below;
     TItem** items;
-    int left;
+    std::size_t left;
 };
 
 struct Demolition {
@@ -26,7 +31,55 @@ struct Demolition {
 
 extern constinit thread_local Demolition t_demolition;
 
-// Destroys what the deleted item has handed over, and whatever is handed over in turn.
+constexpr std::size_t MOST_SLOTS = (PTRDIFF_MAX - sizeof(DoomedArray)) / sizeof(TItem*);
+
+// An array of item pointers with the room behind it: at most MOST_SLOTS, or null. Free it with std::free.
+// Growing keeps what the first slots hold.
+inline TItem** ResizeSlots(TItem** slots, std::size_t count) {
+    return static_cast<TItem**>(std::realloc(slots, count * sizeof(TItem*) + sizeof(DoomedArray)));
+}
+inline TItem** NewSlots(std::size_t count) {
+    return static_cast<TItem**>(std::calloc(1, count * sizeof(TItem*) + sizeof(DoomedArray)));
+}
+
+// For the destructor of `container`: true when the array of `slots` slots, of which the first `count` are to
+// be destroyed, is now the business of the loop that deletes the container.
+inline bool HandOver(const TItem* container, TItem** items, std::size_t slots, std::size_t count) {
+    Demolition& demolition = t_demolition;
+    if (demolition.current != container)
+        return false;
+    auto* doomed = reinterpret_cast<DoomedArray*>(items + slots);
+    *doomed = {nullptr, items, count};
+    demolition.current = nullptr;
+    demolition.handedOver = doomed;
+    return true;
+}
+
+// Destroys what a deleted item has handed over, and whatever is handed over in turn.
 void DestroyHandedOver(Demolition& demolition);
+
+// A loop that destroys items, one at a time. Loops nest: the destructor of an item may have one of its own.
+class DemolitionLoop {
+public:
+    DemolitionLoop()
+        : m_demolition(t_demolition)
+        , m_outer(std::exchange(m_demolition, Demolition{})) {}
+    DemolitionLoop(const DemolitionLoop&) = delete;
+    DemolitionLoop& operator=(const DemolitionLoop&) = delete;
+    ~DemolitionLoop() { m_demolition = m_outer; }
+
+    void Destroy(TItem* item) {
+        if (item == nullptr)
+            return;
+        m_demolition.current = item;
+        delete item;
+        if (m_demolition.handedOver != nullptr)
+            DestroyHandedOver(m_demolition);
+    }
+
+private:
+    Demolition& m_demolition;
+    const Demolition m_outer;
+};
 
 } // namespace mvlib

@@ -21,49 +21,13 @@ constinit const CMirvaRTTI TLlistaCircular::m_rttiTLlistaCircular(&TLlista::m_rt
                                                                   8, sizeof(TLlistaCircular), nullptr);
 constinit const CMirvaRTTI TPila::m_rttiTPila(&TLlista::m_rttiTLlista, "TPila", 5, sizeof(TPila), nullptr);
 
-namespace mvlib {
-
-constinit thread_local Demolition t_demolition{};
-
-void DestroyHandedOver(Demolition& demolition) {
-    DoomedArray* top = std::exchange(demolition.handedOver, nullptr);
-    while (top != nullptr) {
-        TItem* item = top->left > 0 ? top->items[--top->left] : nullptr;
-        if (top->left <= 0)
-            std::free(std::exchange(top, top->below)->items);
-        if (item == nullptr)
-            continue;
-        demolition.current = item;
-        delete item;
-        if (DoomedArray* inner = std::exchange(demolition.handedOver, nullptr)) {
-            inner->below = top;
-            top = inner;
-        }
-    }
-}
-
-} // namespace mvlib
-
-using mvlib::Demolition;
-using mvlib::DoomedArray;
-using mvlib::t_demolition;
-
 namespace {
 
 constexpr int NO_MEMORY = -1;
 constexpr int NO_ENTRY = -3;
 constexpr int CANCELLED = -5;
 
-constexpr std::int64_t MOST_SLOTS =
-    std::min<std::int64_t>(INT32_MAX, (PTRDIFF_MAX - static_cast<std::int64_t>(sizeof(DoomedArray))) /
-                                          static_cast<std::int64_t>(sizeof(TItem*)));
-
-// The slots and the room of a DoomedArray behind them; the first slots keep what they hold. Null without
-// memory.
-TItem** ResizeSlots(TItem** slots, int capacity) {
-    const std::size_t bytes = static_cast<std::size_t>(capacity) * sizeof(TItem*) + sizeof(DoomedArray);
-    return static_cast<TItem**>(std::realloc(slots, bytes));
-}
+constexpr std::int64_t MOST_ENTRIES = std::min<std::int64_t>(INT32_MAX, mvlib::MOST_SLOTS);
 
 // The next multiple of the step strictly above `count`.
 std::int64_t RoundUp(std::int64_t count, int step) {
@@ -145,17 +109,8 @@ TLlista::TLlista(const TLlista* pOrigen)
 }
 
 TLlista::~TLlista() {
-    if (m_ppItems != nullptr && m_bPropietari != 0) {
-        Demolition& demolition = t_demolition;
-        if (demolition.current == this) {
-            auto* doomed = reinterpret_cast<DoomedArray*>(m_ppItems + m_nCapacitat);
-            *doomed = {nullptr, m_ppItems, m_nElements};
-            demolition.current = nullptr;
-            demolition.handedOver = doomed;
-            return;
-        }
-    }
-    Done(m_bPropietari);
+    if (!entregar(this))
+        Done(m_bPropietari);
 }
 
 TItem* TLlista::Duplicar() const {
@@ -307,22 +262,11 @@ void TLlista::Done(int bEliminar) {
     if (m_ppItems == nullptr)
         return;
     if (bEliminar != 0) {
-        // The destructor of an item may come here itself, for a list of its own.
-        Demolition& demolition = t_demolition;
-        const Demolition outer = std::exchange(demolition, Demolition{});
-        for (int i = m_nElements - 1; i >= 0; --i) {
-            // Nor is it forbidden to take entries out of this list.
-            if (i >= m_nElements)
-                continue;
-            TItem* item = std::exchange(m_ppItems[i], nullptr);
-            if (item == nullptr)
-                continue;
-            demolition.current = item;
-            delete item;
-            if (demolition.handedOver != nullptr)
-                mvlib::DestroyHandedOver(demolition);
-        }
-        demolition = outer;
+        mvlib::DemolitionLoop loop;
+        // An item may take entries out of this list when it goes.
+        for (int i = m_nElements - 1; i >= 0; --i)
+            if (i < m_nElements)
+                loop.Destroy(std::exchange(m_ppItems[i], nullptr));
     }
     std::free(m_ppItems);
     Init();
@@ -391,9 +335,9 @@ int TLlista::ampliar(int n) {
     if (m_nCapacitat - m_nElements >= n)
         return 0;
     const std::int64_t capacity = RoundUp(static_cast<std::int64_t>(m_nElements) + n, m_nIncrement);
-    if (capacity > MOST_SLOTS)
+    if (capacity > MOST_ENTRIES)
         return NO_MEMORY;
-    TItem** slots = ResizeSlots(m_ppItems, static_cast<int>(capacity));
+    TItem** slots = mvlib::ResizeSlots(m_ppItems, static_cast<std::size_t>(capacity));
     if (slots == nullptr)
         return NO_MEMORY;
     std::fill(slots + m_nElements, slots + capacity, nullptr);
@@ -415,7 +359,7 @@ int TLlista::reduir() {
     const std::int64_t capacity = RoundUp(m_nElements, m_nIncrement);
     if (capacity >= m_nCapacitat)
         return 0;
-    TItem** slots = ResizeSlots(m_ppItems, static_cast<int>(capacity));
+    TItem** slots = mvlib::ResizeSlots(m_ppItems, static_cast<std::size_t>(capacity));
     if (slots == nullptr)
         return NO_MEMORY;
     m_ppItems = slots;
@@ -423,6 +367,17 @@ int TLlista::reduir() {
     if (m_nCapacitat <= m_nIncrement && m_nIncrement > INCREMENT_MINIM)
         m_nIncrement = std::max(m_nIncrement / 2, INCREMENT_MINIM);
     return 0;
+}
+
+// True when the items are left to the loop that is deleting `container`: this list is empty then.
+bool TLlista::entregar(const TItem* container) {
+    if (m_ppItems == nullptr || m_bPropietari == 0)
+        return false;
+    if (!mvlib::HandOver(container, m_ppItems, static_cast<std::size_t>(m_nCapacitat),
+                         static_cast<std::size_t>(m_nElements)))
+        return false;
+    Init();
+    return true;
 }
 
 // Moves the cursor to `pos` unless it is negative. Whether there is an entry at the cursor.

@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstring>
 
+#include "TArbre.h"
 #include "TLlista.h"
+#include "TTaula.h"
 
 namespace {
 
@@ -60,6 +62,21 @@ struct LimitedFields : TPilaLimitada {
     std::ptrdiff_t Limit() const { return Offset(*this, m_nTamany); }
 };
 
+struct TreeFields : TArbre {
+    using TArbre::TArbre;
+    std::ptrdiff_t Item() const { return Offset(*this, m_pItem); }
+    std::ptrdiff_t Children() const { return Offset(*this, m_fills); }
+    std::ptrdiff_t Flags() const { return Offset(*this, m_wFlags); }
+    static constexpr std::size_t FLAGS_SIZE = sizeof(m_wFlags);
+};
+
+struct TableFields : TTaulaBool {
+    std::ptrdiff_t Rows() const { return Offset(*this, m_nFiles); }
+    std::ptrdiff_t Columns() const { return Offset(*this, m_nColumnes); }
+    std::ptrdiff_t Cells() const { return Offset(*this, m_ppCeles); }
+    std::ptrdiff_t Default() const { return Offset(*this, m_bDefecte); }
+};
+
 } // namespace
 
 TEST(Layout, RecordHoldsItsFiveFieldsInOrder) {
@@ -111,6 +128,24 @@ TEST(Layout, DerivedListsAddTheirFieldBehindTheList) {
     EXPECT_EQ(sizeof(TPila), sizeof(TLlista));
 }
 
+TEST(Layout, TreeNodeHoldsItsFieldsInOrder) {
+    const std::ptrdiff_t word = sizeof(void*);
+    const TreeFields node(nullptr, 0);
+    EXPECT_EQ(node.Item(), word);
+    EXPECT_EQ(node.Children(), 2 * word);
+    EXPECT_EQ(node.Flags(), 2 * word + static_cast<std::ptrdiff_t>(sizeof(TLlista)));
+    EXPECT_EQ(TreeFields::FLAGS_SIZE, 2U);
+}
+
+TEST(Layout, TableHoldsItsFieldsInOrder) {
+    const std::ptrdiff_t word = sizeof(void*);
+    const TableFields table;
+    EXPECT_EQ(table.Rows(), word);
+    EXPECT_EQ(table.Columns(), word + 4);
+    EXPECT_EQ(table.Cells(), word + 8);
+    EXPECT_EQ(table.Default(), static_cast<std::ptrdiff_t>(sizeof(TTaula)));
+}
+
 // The numbers of the Windows target are the product's; those of the native target follow from its wider
 // pointers.
 TEST(Layout, SizesOfOneInstance) {
@@ -127,6 +162,9 @@ TEST(Layout, SizesOfOneInstance) {
     EXPECT_EQ(sizeof(TLlistaCircular), size(28, 40));
     EXPECT_EQ(sizeof(TPila), size(28, 40));
     EXPECT_EQ(sizeof(TPilaLimitada), size(32, 48));
+    EXPECT_EQ(sizeof(TArbre), size(40, 64));
+    EXPECT_EQ(sizeof(TTaula), size(16, 24));
+    EXPECT_EQ(sizeof(TTaulaBool), size(20, 32));
 }
 
 TEST(Layout, ItemSlots) {
@@ -169,4 +207,17 @@ TEST(Layout, StackSlotsFollowTheListSlots) {
     EXPECT_EQ(Slot(&TPila::poptop), 19);
     EXPECT_EQ(Slot(&TPila::top), 20);
     EXPECT_EQ(Slot(&TPilaLimitada::push), 17);
+}
+
+TEST(Layout, TreeAddsNoSlots) {
+    EXPECT_EQ(Slot(&TArbre::Duplicar), 1);
+    EXPECT_EQ(Slot(&TArbre::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TArbre::EsBuit), 3);
+}
+
+TEST(Layout, TableFactoryFollowsTheItemSlots) {
+    EXPECT_EQ(Slot(&TTaula::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TTaula::EsBuit), 3);
+    EXPECT_EQ(Slot(&TTaula::_CrearItem), 8);
+    EXPECT_EQ(Slot(&TTaulaBool::_CrearItem), 8);
 }

@@ -10,7 +10,9 @@
 #include <thread>
 #include <type_traits>
 
+#include "TArbre.h"
 #include "TLlista.h"
+#include "TTaula.h"
 
 namespace {
 
@@ -137,6 +139,8 @@ TEST(TItem, RecordsAreAsClientsKnowThem) {
     ExpectRecord(TLlistaCircular::m_rttiTLlistaCircular, &TLlista::m_rttiTLlista, "TLlistaCircular", 8,
                  sizeof(TLlistaCircular));
     ExpectRecord(TPila::m_rttiTPila, &TLlista::m_rttiTLlista, "TPila", 5, sizeof(TPila));
+    ExpectRecord(TTaula::m_rttiTTaula, item, "TTaula", 6, sizeof(TTaula));
+    ExpectRecord(TArbre::m_rttiTArbre, item, "TArbre", 7, sizeof(TArbre));
 }
 
 TEST(TItem, EveryClassAnswersWithItsRecord) {
@@ -149,11 +153,14 @@ TEST(TItem, EveryClassAnswersWithItsRecord) {
     EXPECT_EQ(TLlista().QueSoc(), 2);
     EXPECT_EQ(TLlistaCircular().QueSoc(), 8);
     EXPECT_EQ(TPila().QueSoc(), 5);
+    EXPECT_EQ(TTaula().QueSoc(), 6);
+    EXPECT_EQ(TArbre(nullptr, 0).QueSoc(), 7);
 }
 
 TEST(TItem, ClassesWithoutARecordAnswerWithTheirBases) {
     EXPECT_EQ(TLlistaOrdenada().QueSoc(), 2);
     EXPECT_EQ(TPilaLimitada(3).QueSoc(), 5);
+    EXPECT_EQ(TTaulaBool().QueSoc(), 6);
     EXPECT_STREQ(TLlistaOrdenada().GetNomClasse(), L"TLlista");
     EXPECT_STREQ(TPilaLimitada(3).GetNomClasse(), L"TPila");
 }
