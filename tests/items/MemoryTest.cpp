@@ -211,9 +211,12 @@ TEST_F(ItemMemoryTest, CopyThrowsAndLeavesNothing) {
     Fill(list, Ints(100, 1));
     const int failures = FailEachAllocation([&list] {
         EXPECT_EQ(CountedItem::s_live, 100);
-        std::unique_ptr<TLlista> copy;
-        const bool thrown = ThrowsMemoryException([&] { copy.reset(new TLlista(&list)); });
-        EXPECT_NE(thrown, copy != nullptr);
+        int copied = 0;
+        const bool thrown = ThrowsMemoryException([&] {
+            const TLlista copy(&list);
+            copied = copy.Cnt();
+        });
+        EXPECT_EQ(copied, thrown ? 0 : 100);
     });
     EXPECT_GE(failures, 1);
     EXPECT_EQ(CountedItem::s_live, 100);
@@ -223,13 +226,16 @@ TEST_F(ItemMemoryTest, CopyThrowsAndLeavesNothing) {
 // either there (perhaps with null entries) or gone without a trace.
 TEST_F(ItemMemoryTest, CopyOfNestedListsThrowsAndLeavesNothing) {
     CountedItem foreign(5);
+    List model;
+    model.m_bPropietari = 0;
+    model.Afegir(&foreign);
     TLlista list;
+    std::vector<std::unique_ptr<TItem>> unowned;
     for (int i = 0; i < 10; ++i) {
         auto* inner = new TLlista;
         Fill(*inner, Ints(20, i));
-        auto* reference = new List;
-        reference->m_bPropietari = 0;
-        reference->Afegir(&foreign);
+        auto* reference = new TLlista(&model);
+        unowned.emplace_back(reference->GetItem(0));
         inner->Afegir(reference);
         list.Afegir(inner);
     }
