@@ -36,6 +36,12 @@ MVPLAT_API BOOL WINAPI IsValidCodePage(UINT codePage);
 // Always FALSE here: no known page has lead bytes.
 MVPLAT_API BOOL WINAPI IsDBCSLeadByte(BYTE byte);
 
+// Whether the bytes look like UTF-16 little-endian, by their first 256 units: they begin with FF FE, or have
+// units with a zero byte, or blanks and line ends among them; and none is zero, or a blank or line end with
+// its bytes exchanged, which decides against it even behind a mark. An odd size is never UTF-16. A guess,
+// which agrees with Windows' on ordinary texts. `result` must be null.
+MVPLAT_API BOOL WINAPI IsTextUnicode(LPCVOID buffer, int size, LPINT result);
+
 #define LANG_NEUTRAL 0x00
 #define LANG_CATALAN 0x03
 #define LANG_GERMAN 0x07
