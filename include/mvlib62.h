@@ -14,3 +14,4 @@
 #include "TItem.h"
 #include "TLlista.h"
 #include "TSerializer.h"
+#include "XMLNode.h"

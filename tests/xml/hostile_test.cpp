@@ -1,0 +1,150 @@
+// Documents made to exhaust the stack, memory or patience.
+#include "xml_test.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <random>
+
+namespace {
+
+class XmlHostileTest : public XmlTest {
+protected:
+    static constexpr size_t Deep = 1000000;
+
+    static std::wstring Repeat(const std::wstring& piece, size_t times) {
+        std::wstring text;
+        text.reserve(piece.size() * times);
+        for (size_t i = 0; i < times; ++i)
+            text += piece;
+        return text;
+    }
+
+    static std::wstring Nested(size_t depth) { return Repeat(L"<a>", depth) + Repeat(L"</a>", depth); }
+
+    static double Seconds(const std::wstring& text) {
+        double best = 1e9;
+        for (int i = 0; i < 3; ++i) {
+            auto start = std::chrono::steady_clock::now();
+            XMLNode::parseString(text.c_str());
+            std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+            best = std::min(best, passed.count());
+        }
+        return best;
+    }
+};
+
+TEST_F(XmlHostileTest, DeepDocumentIsParsedCopiedRenderedAndDestroyed) {
+    std::wstring text = Nested(Deep);
+    XMLNode node = ParseSound(text);
+    XMLNode copy = node.deepCopy();
+    ASSERT_FALSE(copy.isEmpty());
+    node = XMLNode();
+    text.replace(Deep * 3 - 3, 7, L"<a/>");
+    EXPECT_EQ(Compact(copy), text);
+}
+
+TEST_F(XmlHostileTest, DeepTreeThatWasChangedIsDestroyed) {
+    XMLNode node = ParseSound(Nested(Deep));
+    node.addAttribute(L"x", L"1"); // now every record has to be visited
+    XMLNode held = node.getChildNode();
+    node = XMLNode();
+    EXPECT_EQ(held.nChildNode(), 1);
+}
+
+TEST_F(XmlHostileTest, DeepTreeThatWasBuiltIsDestroyed) {
+    XMLNode top = XMLNode::createXMLTopNode(L"a");
+    XMLNode node = top;
+    for (size_t i = 0; i < Deep / 4; ++i)
+        node = node.addChild(L"a");
+    node = XMLNode();
+    EXPECT_EQ(Compact(top).size(), (Deep / 4) * 7 + 4);
+}
+
+TEST_F(XmlHostileTest, DeepDocumentLeftOpen) {
+    XMLNode node = Parse(Repeat(L"<a>", Deep));
+    EXPECT_EQ(m_results.error, 1);
+    EXPECT_FALSE(node.isEmpty());
+}
+
+TEST_F(XmlHostileTest, DeepDocumentClosedByOneEndTag) {
+    XMLNode node = Parse(L"<r>" + Repeat(L"<a>", Deep) + L"</r>");
+    EXPECT_EQ(m_results.error, 1);
+    EXPECT_WSTREQ(node.getName(), L"r");
+    EXPECT_EQ(Outcome(Repeat(L"<a>", Deep) + L"</r>"), "6 1:3000005");
+}
+
+TEST_F(XmlHostileTest, IndentationThatNobodyCanHoldIsRefused) {
+    XMLNode node = ParseSound(Nested(Deep));
+    int size = 1;
+    EXPECT_EQ(node.createXMLString(1, &size), nullptr);
+    EXPECT_EQ(size, 0);
+}
+
+TEST_F(XmlHostileTest, HugeNamesValuesAndTexts) {
+    std::wstring huge(3000000, L'n');
+    XMLNode node = ParseSound(L"<" + huge + L" " + huge + L"='" + huge + L"'>" + huge + L"</" + huge + L">");
+    EXPECT_EQ(node.getName(), huge);
+    EXPECT_EQ(node.getAttributeName(), huge);
+    EXPECT_EQ(node.getAttributeValue(), huge);
+    EXPECT_EQ(node.getText(), huge);
+}
+
+TEST_F(XmlHostileTest, ManyAttributes) {
+    XMLNode node = ParseSound(L"<a" + Repeat(L" x='1'", 200000) + L"/>");
+    EXPECT_EQ(node.nAttribute(), 200000);
+}
+
+TEST_F(XmlHostileTest, TruncatedAtEveryUnit) {
+    std::wstring text =
+        L"<?xml version=\"1.0\"?><!DOCTYPE r [<!ENTITY e \"f\">]>\n<r a='1' b=\"&lt;&#65;\" c>t&amp;"
+        L"<![CDATA[d]]>u<!-- e -->v<PRE>w</PRE><Script>x</Script><?p q='r'?><s/><t>y</T></r>\n";
+    for (size_t length = 0; length <= text.size(); ++length) {
+        // A block of its own, so that the address checker sees every step too far.
+        wchar_t* cut = stringDup(text.c_str(), static_cast<int>(length ? length : 1));
+        cut[length] = 0;
+        XMLResults results;
+        XMLNode node = XMLNode::parseString(cut, nullptr, &results);
+        EXPECT_EQ(node.isEmpty(), results.error > 2) << length;
+        freeXMLString(cut);
+        if (!node.isEmpty())
+            Indented(node.deepCopy());
+    }
+}
+
+TEST_F(XmlHostileTest, RandomTextsMadeOfMarkup) {
+    const wchar_t* pieces[] = {L"<",         L">",         L"</",  L"/>",   L"<?",    L"?>",  L"=",
+                               L"\"",        L"'",         L"a",   L"b",    L" ",     L"\n",  L"&",
+                               L"&lt;",      L"&#",        L";",   L"<!--", L"-->",   L"<a>", L"</a>",
+                               L"<![CDATA[", L"]]>",       L"<b ", L"?",    L"<PRE>", L"/",   L"x=1",
+                               L"</PRE>",    L"<!DOCTYPE", L"]>",  L"text", L"&#65;"};
+    std::mt19937 random(62);
+    for (int round = 0; round < 20000; ++round) {
+        std::wstring text;
+        for (unsigned count = random() % 30; count; --count)
+            text += pieces[random() % std::size(pieces)];
+        wchar_t* own = stringDup(text.c_str());
+        XMLResults results;
+        XMLNode node = XMLNode::parseString(own, nullptr, &results);
+        ASSERT_EQ(node.isEmpty(), results.error > 2);
+        freeXMLString(own);
+        if (!node.isEmpty()) {
+            ASSERT_EQ(Compact(node.deepCopy()), Compact(node));
+        }
+    }
+}
+
+TEST_F(XmlHostileTest, TimeIsProportionalToTheText) {
+    const wchar_t* pieces[] = {
+        L"<a>",           L"<a b='1'/>",     L"<a/>x",     L"x<!--c-->",   L"<!--c--><!--d-->",
+        L"&amp;",         L"<a><b></a>",     L"<a>'</a>",  L"<a \">x\"/>", L"<![CDATA[]]]]>",
+        L"<a x=\">'\"/>", L"<b c d e f g/>", L"<?a b?>\n", L" \t \n \r ",  L"<a>&#65;</a>"};
+    for (const wchar_t* piece : pieces) {
+        std::wstring small = L"<r>" + Repeat(piece, 20000);
+        std::wstring large = L"<r>" + Repeat(piece, 200000);
+        // Ten times the text; generous, for the machines that run this are busy.
+        EXPECT_LT(Seconds(large), Seconds(small) * 60 + 0.05) << piece;
+    }
+}
+
+} // namespace
