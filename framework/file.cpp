@@ -77,6 +77,8 @@ CFile::~CFile() {
 }
 
 CFile* CFile::Duplicate() const {
+    if (m_hFile == hFileNull) // which the system would take for the process itself
+        CFileException::ThrowOsError(ERROR_INVALID_HANDLE, m_strFileName);
     auto* pFile = new CFile;
     HANDLE hFile;
     if (!DuplicateHandle(GetCurrentProcess(), m_hFile, GetCurrentProcess(), &hFile, 0, FALSE,

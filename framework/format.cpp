@@ -52,7 +52,7 @@ struct Arguments {
 
 // A number's text: sign or base, digits, zeros that were too many to compute, exponent.
 struct Number {
-    char prefix[3] = "";
+    char prefix[4] = ""; // a sign and "0x" at most
     const char* digits = "";
     int nDigits = 0;
     int nLeadingZeros = 0;

@@ -41,10 +41,12 @@ struct tm brokenDown(const CTime& time) {
 }
 
 CString formatted(LPCTSTR pszFormat, const struct tm& parts) {
-    wchar_t text[128];
-    if (pszFormat == nullptr || std::wcsftime(text, _countof(text), pszFormat, &parts) == 0)
+    if (pszFormat == nullptr)
         return CString();
-    return text;
+    wchar_t text[128];
+    std::size_t nLength = std::wcsftime(text, _countof(text), pszFormat, &parts);
+    // Some systems answer the buffer's size, without a NUL, for a text that is one character too long.
+    return nLength < _countof(text) ? CString(text, static_cast<int>(nLength)) : CString();
 }
 
 } // namespace
