@@ -160,9 +160,11 @@ CString AfxFormatDate(CTime& time, const char* pszPattern) {
     std::tm local = {};
     if (!time.GetLocalTm(&local))
         AfxThrowOleException(E_INVALIDARG);
-    wchar_t text[128];
-    if (std::wcsftime(text, sizeof text / sizeof *text, pattern, &local) == 0)
-        text[0] = 0;
+    constexpr size_t capacity = 128;
+    wchar_t text[capacity + 1];
+    // Some systems fill the buffer without ending the text instead of refusing.
+    const size_t length = std::wcsftime(text, capacity, pattern, &local);
+    text[length < capacity ? length : 0] = 0;
     // Kept: "C", not what was set before.
     std::setlocale(LC_TIME, "C");
     return text;
