@@ -148,5 +148,7 @@ protected:
     DWORD m_nFiModificat;               // and past the last of them
 
 private:
+    bool wholeBlock();
+
     friend class FileBufferWindow; // the serializer's way to the block without a call per record
 };

@@ -195,5 +195,8 @@ protected:
     CMap<CString, LPCWSTR, CObject*, CObject*> m_helpers;
 
 private:
-    friend class RecordWalk; // the algorithms, in persist/
+    bool takeHeader(SER_RECORDHEADER& hdr);
+    bool readHeader(SER_RECORDHEADER& hdr, bool& bError);
+    int nextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat* pIE, bool& bError);
+    int readPayload(void* pBuf, DWORD dwSize, bool bOwnBlock, TIndicadorEstat* pIE);
 };
