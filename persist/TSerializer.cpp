@@ -7,6 +7,7 @@
 #include "persist/record_format.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -50,6 +51,43 @@ bool Cancelled(TIndicadorEstat* pIE) {
 // order.
 bool HasOwnOperations(const CFile& file) {
     return typeid(file) != typeid(CFile) && typeid(file) != typeid(CFileBuffer);
+}
+
+enum class Search { Found, NotFound, Failed };
+
+// The search of GetRegistre through a plain file, which would cost two system calls a record when done header
+// by header. `file` stands behind its file header. Found: it stands at the payload; not found: where reading
+// headers one by one would have ended; failed: where it stood, for that to be done.
+Search FindInPlainFile(CFile& file, DWORD id, SER_RECORDHEADER& header) {
+    const unsigned long long start = file.GetPosition();
+    try {
+        unsigned char block[0x10000];
+        unsigned long long blockStart = start;
+        unsigned int loaded = 0;
+        int limit = SHRT_MAX; // records of a greater level belong to one that was refused
+        for (unsigned long long at = start;; at += header.dwLongitud) {
+            if (at - blockStart > loaded || loaded - (at - blockStart) < RECORD_HEADER_SIZE) {
+                file.Seek(static_cast<long long>(at), CFile::begin);
+                blockStart = at;
+                loaded = file.Read(block, sizeof block);
+                if (loaded < RECORD_HEADER_SIZE)
+                    return Search::NotFound;
+            }
+            GetRecordHeader(block + (at - blockStart), header);
+            at += RECORD_HEADER_SIZE;
+            if (header.nNivell > limit)
+                continue;
+            if (header.dwId == id) {
+                file.Seek(static_cast<long long>(at), CFile::begin);
+                return Search::Found;
+            }
+            limit = header.nNivell;
+        }
+    } catch (CFileException* error) {
+        error->Delete();
+        file.Seek(static_cast<long long>(start), CFile::begin);
+        return Search::Failed;
+    }
 }
 
 } // namespace
@@ -180,7 +218,7 @@ int TSerializer::WriteRecord(void* pData, unsigned long dwLen, unsigned long dwI
     const DWORD length = static_cast<DWORD>(dwLen);
     if (length != dwLen)
         return WRITE_ERROR;
-    if (CFileBuffer* buffered = FileBufferWindow::Of(m_pFile)) {
+    if (CFileBuffer* buffered = FileBufferWindow::Of(*m_pFile)) {
         if (unsigned char* at = FileBufferWindow::Reserve(
                 *buffered, RECORD_HEADER_SIZE + static_cast<unsigned long long>(length))) {
             PutRecordHeader(at, id, length, m_capcalera.nNivell);
@@ -207,12 +245,12 @@ int TSerializer::WriteRecord(void* pData, unsigned long dwLen, unsigned long dwI
 // The same as readHeader where all of it lies in the block of a CFileBuffer; else false, and nothing has
 // changed.
 inline bool TSerializer::takeHeader(SER_RECORDHEADER& hdr) {
-    CFileBuffer* buffered = FileBufferWindow::Of(m_pFile);
+    CFileBuffer* buffered = FileBufferWindow::Of(*m_pFile);
     if (!buffered)
         return false;
     const DWORD rest = m_dwLlegits < m_capcalera.dwLongitud ? m_capcalera.dwLongitud - m_dwLlegits : 0;
-    const unsigned char* at = FileBufferWindow::Take(*buffered, rest, RECORD_HEADER_SIZE);
-    if (!at)
+    const unsigned char* at;
+    if (!FileBufferWindow::Take(*buffered, rest, RECORD_HEADER_SIZE, at))
         return false;
     SER_RECORDHEADER header;
     GetRecordHeader(at, header);
@@ -226,15 +264,13 @@ int TSerializer::NextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat
     // Most records by far come this way.
     if (!pIE && !m_bPendent && nLevel < 0 && takeHeader(hdr))
         return 1;
-    bool failed = false;
-    return nextRecord(hdr, nLevel, pIE, failed);
+    return nextRecord(hdr, nLevel, pIE, nullptr);
 }
 
 int TSerializer::NextRecord(unsigned long& dwId, unsigned long& dwLen, short& nLevel, short nWantLevel,
                             TIndicadorEstat* pIE) {
     SER_RECORDHEADER header;
-    bool failed = false;
-    if (!nextRecord(header, nWantLevel, pIE, failed))
+    if (!NextRecord(header, nWantLevel, pIE))
         return 0;
     dwId = header.dwId;
     dwLen = header.dwLongitud;
@@ -246,7 +282,7 @@ int TSerializer::SkipRecord(short nLevel, TIndicadorEstat* pIE) {
     const short limit = nLevel < 0 ? m_capcalera.nNivell : nLevel;
     SER_RECORDHEADER header;
     bool failed = false;
-    while (nextRecord(header, -1, pIE, failed)) {
+    while ((!pIE && !m_bPendent && takeHeader(header)) || nextRecord(header, -1, pIE, &failed)) {
         if (header.nNivell <= limit) {
             m_bPendent = 1;
             break;
@@ -362,12 +398,21 @@ int TSerializer::GetRegistre(CFile* pFile, unsigned long dwId, void*& pBuf, unsi
         return result;
 
     SER_RECORDHEADER header;
-    if (!serializer.NextRecord(header, -1, pIE))
+    const Search search = !pIE && typeid(*pFile) == typeid(CFile)
+                              ? FindInPlainFile(*pFile, static_cast<DWORD>(dwId), header)
+                              : Search::Failed;
+    if (search == Search::NotFound)
         return NOT_FOUND;
-    while (header.dwId != static_cast<DWORD>(dwId)) {
-        serializer.SkipRecord(-1, pIE);
+    if (search == Search::Found) {
+        serializer.m_capcalera = header;
+    } else {
         if (!serializer.NextRecord(header, -1, pIE))
             return NOT_FOUND;
+        while (header.dwId != static_cast<DWORD>(dwId)) {
+            serializer.SkipRecord(-1, pIE);
+            if (!serializer.NextRecord(header, -1, pIE))
+                return NOT_FOUND;
+        }
     }
     dwLen = header.dwLongitud;
     if (header.dwLongitud == 0)
@@ -441,9 +486,9 @@ int TSerializer::updateIE(TIndicadorEstat* pIE) {
 // ---- The walk
 
 // Steps over the rest of the current payload and reads the next header into m_capcalera and `hdr`. False at
-// the end of the file or, with `bError` set, after a reported error; the current record then stays what it
-// was.
-bool TSerializer::readHeader(SER_RECORDHEADER& hdr, bool& bError) {
+// the end of the file or, with `*pbError` set, after a reported error (null allowed); the current record then
+// stays what it was.
+bool TSerializer::readHeader(SER_RECORDHEADER& hdr, bool* pbError) {
     try {
         if (m_dwLlegits < m_capcalera.dwLongitud) {
             m_pFile->Seek(m_capcalera.dwLongitud - m_dwLlegits, CFile::current);
@@ -458,19 +503,21 @@ bool TSerializer::readHeader(SER_RECORDHEADER& hdr, bool& bError) {
         return true;
     } catch (CFileException* error) {
         ReportAndDelete(error);
-        bError = true;
+        if (pbError)
+            *pbError = true;
         return false;
     }
 }
 
 // NextRecord, telling a file error from the other reasons for delivering nothing.
-int TSerializer::nextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat* pIE, bool& bError) {
+[[gnu::noinline]] int TSerializer::nextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat* pIE,
+                                              bool* pbError) {
     if (Cancelled(pIE))
         return 0;
     if (m_bPendent) {
         m_bPendent = 0;
         hdr = m_capcalera;
-    } else if (!takeHeader(hdr) && !readHeader(hdr, bError)) {
+    } else if (!takeHeader(hdr) && !readHeader(hdr, pbError)) {
         return 0;
     }
     if (nLevel >= 0 && hdr.nNivell != nLevel) {
@@ -483,7 +530,8 @@ int TSerializer::nextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat
         return updateIE(pIE);
     } catch (CFileException* error) {
         ReportAndDelete(error);
-        bError = true;
+        if (pbError)
+            *pbError = true;
         return 0;
     }
 }
@@ -495,9 +543,9 @@ int TSerializer::readPayload(void* pBuf, DWORD dwSize, bool bOwnBlock, TIndicado
     if (dwSize == ALL)
         dwSize = m_dwLlegits < m_capcalera.dwLongitud ? m_capcalera.dwLongitud - m_dwLlegits : 0;
     try {
-        CFileBuffer* buffered = FileBufferWindow::Of(m_pFile);
-        const unsigned char* at = buffered && dwSize ? FileBufferWindow::Take(*buffered, 0, dwSize) : nullptr;
-        if (at) {
+        CFileBuffer* buffered = FileBufferWindow::Of(*m_pFile);
+        const unsigned char* at;
+        if (buffered && dwSize && FileBufferWindow::Take(*buffered, 0, dwSize, at)) {
             std::memcpy(pBuf, at, dwSize);
         } else if (dwSize) {
             if (bOwnBlock && dwSize >= SUSPICIOUS_LENGTH && !HasOwnOperations(*m_pFile)) {

@@ -79,8 +79,8 @@ class FileBufferWindow {
 public:
     // `file` if it is exactly a CFileBuffer, else null: a derived class may have operations of its own, and
     // they have to be called.
-    static CFileBuffer* Of(CFile* file) {
-        return &typeid(*file) == &typeid(CFileBuffer) ? static_cast<CFileBuffer*>(file) : nullptr;
+    static CFileBuffer* Of(CFile& file) {
+        return &typeid(file) == &typeid(CFileBuffer) ? static_cast<CFileBuffer*>(&file) : nullptr;
     }
 
     static bool Holds(const CFileBuffer& file, unsigned long long pos) {
@@ -90,16 +90,18 @@ public:
         return pos - file.m_qwIniciBuffer < size; // wraps to a large number in front of the block
     }
 
-    // Moves past `skip` bytes and the `size` (not 0) behind them, and answers the address of these; null
-    // unless all of them are loaded. Valid until the next operation of the file.
-    static const unsigned char* Take(CFileBuffer& file, DWORD skip, DWORD size) {
-        const unsigned long long offset = file.m_qwPosicio - file.m_qwIniciBuffer;
+    // Moves past `skip` bytes and the `size` behind them, whose address goes to `at`; false, and nothing has
+    // changed, unless all of them are loaded. Valid until the next operation of the file.
+    static bool Take(CFileBuffer& file, DWORD skip, DWORD size, const unsigned char*& at) {
+        const unsigned long long position = file.m_qwPosicio;
+        const unsigned long long offset = position - file.m_qwIniciBuffer;
+        const unsigned long long loaded = file.m_nDadesBuffer; // 0 without a block, and when writing
         const unsigned long long all = static_cast<unsigned long long>(skip) + size;
-        // Without a block, or when writing, no byte counts as loaded.
-        if (offset > file.m_nDadesBuffer || file.m_nDadesBuffer - offset < all)
-            return nullptr;
-        file.m_qwPosicio += all;
-        return file.m_pBuffer + offset + skip;
+        if (offset >= loaded || loaded - offset < all)
+            return false;
+        at = file.m_pBuffer + offset + skip;
+        file.m_qwPosicio = position + all;
+        return true;
     }
 
     // Marks the `size` bytes at the position as to be written, moves past them and answers the address to
