@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <typeinfo>
 
 namespace {
@@ -108,7 +109,9 @@ TSerializer* TSerializer::Open(const wchar_t* path, int bWrite, unsigned long /*
     // Kept: the caller's buffer size is ignored.
     try {
         auto file = std::make_unique<CFileBuffer>(path, bWrite ? WRITE_MODE : READ_MODE, BUFFER_SIZE);
-        TSerializer* serializer = new TSerializer(file.get());
+        TSerializer* serializer = new (std::nothrow) TSerializer(file.get());
+        if (!serializer)
+            AfxThrowMemoryException();
         file.release();
         return serializer;
     } catch (CException* error) {
@@ -127,7 +130,11 @@ void TSerializer::Close(TSerializer* p) {
     } catch (CException* error) {
         ReportAndDelete(error);
         // What could not be written is given up: the user has been told, and deleting must not try again.
-        file->Abort();
+        try {
+            file->Abort();
+        } catch (CException* again) {
+            again->Delete();
+        }
     }
     delete file;
 }

@@ -79,8 +79,8 @@ private:
     std::string m_bytes;
 };
 
-// A file in memory that holds `bytes` and stands at its beginning. From the chosen call on, every call of one kind
-// throws a CFileException.
+// A file in memory that holds `bytes` and stands at its beginning. From the chosen call on, every call of one
+// kind throws a CFileException.
 class MemoryFile : public CMemFile {
 public:
     explicit MemoryFile(const std::string& bytes = {}) {

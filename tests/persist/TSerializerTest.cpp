@@ -2,9 +2,9 @@
 #include "TSerializer.h"
 
 #include "CFileBuffer.h"
+#include "message_capture.h"
 #include "RecordSupport.h"
-#include "support/message_capture.h"
-#include "support/temp_folder.h"
+#include "temp_folder.h"
 
 #include <cstdlib>
 #include <memory>
@@ -105,8 +105,9 @@ TEST_F(TSerializerTest, OpenForReadingLetsOthersReadOnly) {
     Write(Image().Bytes());
     TSerializer* file = Reopen();
     ASSERT_NE(file, nullptr);
-    EXPECT_EQ(FileExceptionOf([&] { CFile other(m_path.c_str(), CFile::modeReadWrite | CFile::shareDenyNone); }),
-              CFileException::sharingViolation);
+    EXPECT_EQ(
+        FileExceptionOf([&] { CFile other(m_path.c_str(), CFile::modeReadWrite | CFile::shareDenyNone); }),
+        CFileException::sharingViolation);
     TSerializer* second = Reopen();
     EXPECT_NE(second, nullptr);
     TSerializer::Close(second);
@@ -400,7 +401,8 @@ TEST_F(TSerializerTest, RecordsCrossTheBlocksOfTheFile) {
     TSerializer* file = Create();
     ASSERT_EQ(file->CreateHeader(1, 2, 3, 4), 0);
     for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(file->WriteRecord(const_cast<char*>(big.data()), static_cast<unsigned long>(big.size()), i), 0);
+        EXPECT_EQ(file->WriteRecord(const_cast<char*>(big.data()), static_cast<unsigned long>(big.size()), i),
+                  0);
         EXPECT_EQ(file->WriteRecord(const_cast<char*>(small.data()), 1000, 100 + i), 0);
         expected.Record(i, 0, big).Record(100 + i, 0, small);
     }
