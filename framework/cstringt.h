@@ -324,7 +324,9 @@ private:
     CStringData* data() const noexcept { return reinterpret_cast<CStringData*>(m_pszData) - 1; }
     bool isNil() const noexcept { return data()->nAllocLength == 0; }
     bool isShared() const noexcept { return data()->nRefs.load(std::memory_order_acquire) > 1; }
-    static PXSTR share(const CStringT& src) {
+    // Always inlined: a copy on a path that the compiler holds for cold would else need a function that the
+    // Windows library does not export.
+    [[gnu::always_inline]] static PXSTR share(const CStringT& src) {
         CStringData* pData = src.data();
         if (pData->nRefs.load(std::memory_order_relaxed) < 0) // the common empty text, or locked
             return copyOfUnshared(src);
