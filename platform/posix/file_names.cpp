@@ -476,7 +476,7 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR fileNa
             return 0;
         }
         std::wstring base(folder);
-        if (!base.empty() && !isSeparator(base.back()))
+        if (!base.empty() && !isSeparator(base.back())) // an empty one names no folder
             base += L'\\';
         // "pre" + "ffff" + ".tmp" and the end must still fit into MAX_PATH characters.
         constexpr std::size_t longestFolder = MAX_PATH - 14;
@@ -485,7 +485,7 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR fileNa
             SetLastError(ERROR_BUFFER_OVERFLOW);
             return 0;
         }
-        if (::stat(base.empty() ? "." : systemPath(base).c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        if (::stat(systemPath(base).c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
             SetLastError(ERROR_DIRECTORY);
             return 0;
         }

@@ -49,9 +49,8 @@ public:
 };
 
 struct View {
-    std::size_t length;
+    std::size_t length = 0;
     Ref<MappingObject> mapping;
-    bool shared;
 };
 
 struct Views {
@@ -62,6 +61,16 @@ struct Views {
 Views& views() {
     static auto* const one = new Views;
     return *one;
+}
+
+// The view in which an address lies; under the lock.
+std::map<const char*, View>::iterator viewAround(LPCVOID address) {
+    const auto* inside = static_cast<const char*>(address);
+    auto found = views().all.upper_bound(inside);
+    if (found == views().all.begin())
+        return views().all.end();
+    --found;
+    return static_cast<std::size_t>(inside - found->first) < found->second.length ? found : views().all.end();
 }
 
 enum class Protection { Invalid, Read, Write, Copy };
@@ -151,18 +160,16 @@ void* mapView(MappingObject& mapping, DWORD access, std::uint64_t offset, SIZE_T
         return nullptr;
     }
     if (offset >= mapping.m_size) {
-        // Within the last page there is still a view of the rest of the page on Windows; whole pages beyond
-        // are refused.
-        SetLastError(offset > mapping.m_size ? ERROR_INVALID_PARAMETER : ERROR_ACCESS_DENIED);
+        SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
     const std::uint64_t rest = mapping.m_size - offset;
-    if (size == 0) {
-        size = static_cast<SIZE_T>(rest);
-    } else if (size > roundedToPages(rest)) {
+    if (size > rest) {
         SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
     }
+    if (size == 0)
+        size = static_cast<SIZE_T>(rest);
     const int protection = wantsWrite || copy ? PROT_READ | PROT_WRITE : PROT_READ;
     const std::size_t length = static_cast<std::size_t>(roundedToPages(size));
     Ref<MappingObject> owner = Ref<MappingObject>::share(&mapping);
@@ -174,7 +181,7 @@ void* mapView(MappingObject& mapping, DWORD access, std::uint64_t offset, SIZE_T
     }
     try {
         const std::lock_guard<std::mutex> lock(views().lock);
-        views().all.emplace(static_cast<const char*>(address), View{length, std::move(owner), !copy});
+        views().all.emplace(static_cast<const char*>(address), View{length, std::move(owner)});
     } catch (...) {
         ::munmap(address, length);
         throw;
@@ -218,42 +225,41 @@ LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offse
     });
 }
 
-BOOL UnmapViewOfFile(LPCVOID view) {
+BOOL UnmapViewOfFile(LPCVOID address) {
     View ended;
     {
         const std::lock_guard<std::mutex> lock(views().lock);
-        const auto found = views().all.find(static_cast<const char*>(view));
+        const auto found = viewAround(address);
         if (found == views().all.end()) {
             SetLastError(ERROR_INVALID_ADDRESS);
             return FALSE;
         }
         ended = std::move(found->second);
+        // Unmapped under the lock: the system may give the address to the next view at once.
+        ::munmap(const_cast<char*>(found->first), ended.length);
         views().all.erase(found);
     }
-    ::munmap(const_cast<void*>(view), ended.length);
     return TRUE;
 }
 
 BOOL FlushViewOfFile(LPCVOID address, SIZE_T size) {
-    const auto* first = static_cast<const char*>(address);
-    std::size_t length = 0;
-    {
-        const std::lock_guard<std::mutex> lock(views().lock);
-        auto found = views().all.upper_bound(first);
-        if (found != views().all.begin()) {
-            --found;
-            const std::size_t inside = static_cast<std::size_t>(first - found->first);
-            if (inside < found->second.length && size <= found->second.length - inside)
-                length = size ? size : found->second.length - inside;
-        }
+    if (!address) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
     }
-    if (length == 0) {
+    const auto* first = static_cast<const char*>(address);
+    const std::lock_guard<std::mutex> lock(views().lock);
+    const auto found = viewAround(address);
+    const std::size_t rest = found == views().all.end()
+                                 ? 0
+                                 : found->second.length - static_cast<std::size_t>(first - found->first);
+    if (rest == 0 || size > rest) {
         SetLastError(ERROR_INVALID_ADDRESS);
         return FALSE;
     }
     // The system flushes whole pages.
     const std::size_t before = reinterpret_cast<std::uintptr_t>(first) % pageSize();
-    if (::msync(const_cast<char*>(first) - before, length + before, MS_ASYNC) != 0) {
+    if (::msync(const_cast<char*>(first) - before, (size ? size : rest) + before, MS_ASYNC) != 0) {
         setLastErrno();
         return FALSE;
     }

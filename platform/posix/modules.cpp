@@ -285,7 +285,7 @@ HMODULE LoadLibraryW(LPCWSTR fileName) {
 
 HMODULE LoadLibraryExW(LPCWSTR fileName, HANDLE /*reserved*/, DWORD /*flags*/) {
     if (!fileName || !*fileName) {
-        SetLastError(ERROR_INVALID_PARAMETER);
+        SetLastError(fileName ? ERROR_MOD_NOT_FOUND : ERROR_INVALID_PARAMETER);
         return nullptr;
     }
     return guarded(HMODULE{nullptr}, [&]() -> HMODULE {
@@ -357,7 +357,7 @@ BOOL FreeLibrary(HMODULE handle) {
     // What the program was linked with stays: freeing it changes nothing.
     if (counted || (handle && baseOfHandle(handle)))
         return TRUE;
-    SetLastError(ERROR_MOD_NOT_FOUND);
+    SetLastError(handle ? ERROR_MOD_NOT_FOUND : ERROR_INVALID_HANDLE);
     return FALSE;
 }
 

@@ -70,7 +70,7 @@ bool absolutePath(std::wstring_view given, std::wstring& result) {
         root = 3;
     }
     result.assign(path, 0, root);
-    const bool closed = path.size() > root && path.back() == L'\\';
+    bool closed = path.size() > root && path.back() == L'\\';
     for (std::size_t at = root; at < path.size();) {
         std::size_t end = path.find(L'\\', at);
         if (end == std::wstring::npos)
@@ -94,8 +94,10 @@ bool absolutePath(std::wstring_view given, std::wstring& result) {
         } else if (part.size() > 1 && part.back() == L'.') {
             part.remove_suffix(1); // and a single full stop off each folder
         }
-        if (part.empty())
+        if (part.empty()) {
+            closed = true; // nothing but what goes: the folder before it keeps its separator
             continue;
+        }
         result.append(part);
         result += L'\\';
     }

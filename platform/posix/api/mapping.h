@@ -37,9 +37,10 @@ MVPLAT_API HANDLE WINAPI OpenFileMappingW(DWORD access, BOOL inherit, LPCWSTR na
 // process, as on Windows.
 MVPLAT_API LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow,
                                        SIZE_T size);
-// Ends a view by the address that MapViewOfFile answered; else FALSE with 487.
+// Ends a view by any address inside it; FALSE with 487 when there is none.
 MVPLAT_API BOOL WINAPI UnmapViewOfFile(LPCVOID view);
-// Writes changed pages of a view; size 0 means to its end. FALSE with 487 when the range is no view.
+// Writes changed pages of a view; size 0 means to its end. FALSE with 487 when the range is no
+// view, 87 for null.
 MVPLAT_API BOOL WINAPI FlushViewOfFile(LPCVOID address, SIZE_T size);
 
 #define PROCESSOR_ARCHITECTURE_INTEL 0

@@ -12,11 +12,11 @@
 // handle may be null.
 
 // Loads a shared library and counts it. A name without an extension gains ".so"; a name without a folder is
-// looked for beside the program, then where the system's loader looks. Null with last error 126 (not found,
-// or a library it needs is not), 193 (no shared library), 87 (null or empty name), 1114.
+// looked for beside the program, beside mvafx62, then where the system's loader looks. Null with last error
+// 126 (empty name, not found, or a library that it needs is not), 193 (no shared library), 87 (null name).
 MVPLAT_API HMODULE WINAPI LoadLibraryW(LPCWSTR fileName);
 MVPLAT_API HMODULE WINAPI LoadLibraryExW(LPCWSTR fileName, HANDLE reserved, DWORD flags);
-// Undoes one load. FALSE with 126 for what is no loaded module.
+// Undoes one load. FALSE with 126 for what is no loaded module, 6 for null.
 MVPLAT_API BOOL WINAPI FreeLibrary(HMODULE module);
 
 // The handle of a loaded module by its file name, or of the program for null; not counted. Null with 126. A
