@@ -28,6 +28,7 @@
 #include "afx.h"
 #include "afxmt.h"
 #include "afxtempl.h"
+#include "event_view.h"
 
 #include <atomic>
 
@@ -211,7 +212,11 @@ protected:
     unsigned long m_dwUserData;
 
 private:
+    bool running() const { return m_vistaContinuar.SurelySignalled(m_evContinuar.m_hObject); }
     void startTimerCell();
+
+    // Spares every report a system call where the system allows that; has no size where not.
+    [[no_unique_address]] MvEventView m_vistaContinuar;
 };
 
 // Pushes a range on an indicator for the length of a scope. The indicator may be null and must outlive the

@@ -23,7 +23,8 @@ TIndicadorEstat::TIndicadorEstat(PFNCALLBACK pfnCallback, unsigned long dwUserDa
     , m_pdwIniciTimer(nullptr)
     , m_llistaRangs(10)
     , m_pfnCallback(pfnCallback)
-    , m_dwUserData(dwUserData) {
+    , m_dwUserData(dwUserData)
+    , m_vistaContinuar(m_evContinuar.m_hObject) {
     pushRang(0.0, 1.0);
 }
 
@@ -77,7 +78,8 @@ int TIndicadorEstat::MostrarEstat(double dPos) {
     m_dEstat.store(dPos, std::memory_order_release);
     if (m_pfnCallback)
         m_pfnCallback(this, m_dwUserData);
-    EsperarPausa();
+    if (!running())
+        EsperarPausa();
     return m_bCancelat.load(std::memory_order_acquire) ? 0 : 1;
 }
 
@@ -206,7 +208,7 @@ int TIndicadorEstat::GetPausa() {
 }
 
 int TIndicadorEstat::EsperarPausa() {
-    if (m_evContinuar.Lock(0))
+    if (running() || m_evContinuar.Lock(0))
         return 0;
     CSyncObject* objects[] = {&m_evContinuar};
     CMultiLock wait(objects, 1);

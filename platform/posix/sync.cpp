@@ -1,3 +1,4 @@
+#include "event_state.h"
 #include "internal/handles.h"
 #include "internal/named_objects.h"
 
@@ -125,6 +126,8 @@ public:
     }
     bool surelySignalled() const override { return m_manual && m_signalled.load(std::memory_order_acquire); }
     bool surelyNotSignalled() const override { return !m_signalled.load(std::memory_order_acquire); }
+
+    const std::atomic<bool>* manualState() const { return m_manual ? &m_signalled : nullptr; }
 
     void set(bool value) {
         const std::lock_guard<std::mutex> lock(waitLock());
@@ -307,6 +310,11 @@ using namespace mvplat;
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manualReset, BOOL initialState, LPCWSTR name) {
     return createNamed(name, Kind::Event,
                        [&] { return new EventObject(manualReset != 0, initialState != 0); });
+}
+
+const std::atomic<bool>* MvEventState(HANDLE event) {
+    const PinnedAs<EventObject> object(event);
+    return object ? object->manualState() : nullptr;
 }
 
 HANDLE OpenEventW(DWORD /*access*/, BOOL /*inherit*/, LPCWSTR name) {
