@@ -360,7 +360,7 @@ TEST_F(ItemMemoryTest, TableThatCannotBeMadeIsEmpty) {
 TEST_F(ItemMemoryTest, TableOfASizeThatNoMemoryHasIsRefused) {
     TTaula table;
     EXPECT_TRUE(ThrowsMemoryException([&table] { table.ConstruirTaula(0x7FFFFFFF, 0x7FFFFFFF); }));
-    EXPECT_TRUE(ThrowsMemoryException([&table] { table.ConstruirTaula(0x10000, 0x10000000); }));
+    EXPECT_TRUE(ThrowsMemoryException([&table] { table.ConstruirTaula(0x60000000, 0x7FFFFFFF); }));
     EXPECT_EQ(table.EsBuit(), 1);
     table.ConstruirTaula(2, 1);
     EXPECT_TRUE(ThrowsMemoryException([&table] { table.InsertarFiles(0, 0x7FFFFFFF); }));
