@@ -15,6 +15,13 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
+option(MVLIB_TEST_PCH "Precompile the headers that all tests include" ON)
+
+# The tests are many and not what is measured: they are optimised little, and not at all where sanitizers make the
+# optimiser several times slower. The libraries that they test have the flags of the build type.
+add_library(mvlib_test_options INTERFACE)
+target_compile_options(mvlib_test_options INTERFACE $<IF:$<CONFIG:Debug>,-O0,-O1>)
+
 # What every test program finds in its environment; nothing of the user's is touched.
 set(MVLIB_TEST_ENVIRONMENT
     "MVLIB_REGISTRY=${PROJECT_BINARY_DIR}/tests/registry.db"
@@ -37,7 +44,11 @@ function(mvlib_add_tests subsystem)
   endif()
   set(program test_${subsystem})
   add_executable(${program} ${arg_SOURCES})
-  target_link_libraries(${program} PRIVATE mvlib_options ${arg_LIBRARY} ${arg_LIBRARIES} test_support GTest::gtest)
+  target_link_libraries(${program} PRIVATE mvlib_options mvlib_test_options ${arg_LIBRARY} ${arg_LIBRARIES}
+                                           test_support GTest::gtest)
+  if(MVLIB_TEST_PCH)
+    target_precompile_headers(${program} REUSE_FROM test_headers)
+  endif()
   # The name is relative to the working folder: a Windows program knows no other root.
   add_test(NAME ${subsystem} COMMAND ${program} --gtest_output=xml:${program}.xml)
   set_tests_properties(${subsystem} PROPERTIES ENVIRONMENT "${MVLIB_TEST_ENVIRONMENT}" TIMEOUT ${arg_TIMEOUT})
