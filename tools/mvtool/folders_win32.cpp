@@ -1,0 +1,502 @@
+#include "folders.h"
+
+#include "failure.h"
+#include "system.h"
+#include "text.h"
+#include <algorithm>
+#include <limits>
+#include <win32.h>
+
+namespace mvtool {
+namespace {
+
+/// 100 ns steps from 1601 to 1970.
+constexpr std::int64_t kEpoch = 116444736000000000;
+
+/// An open file handle and its owner; the last error survives the closing.
+class Handle {
+public:
+    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : m_handle(handle) {}
+    Handle(Handle&& other) noexcept : m_handle(other.m_handle) { other.m_handle = INVALID_HANDLE_VALUE; }
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(m_handle, other.m_handle);
+        return *this;
+    }
+    ~Handle() { reset(); }
+    HANDLE get() const { return m_handle; }
+    explicit operator bool() const { return m_handle != INVALID_HANDLE_VALUE; }
+    bool reset() {
+        BOOL closed = TRUE;
+        if (m_handle != INVALID_HANDLE_VALUE) {
+            const DWORD keep = GetLastError();
+            closed = CloseHandle(m_handle);
+            m_handle = INVALID_HANDLE_VALUE;
+            SetLastError(keep);
+        }
+        return closed != FALSE;
+    }
+
+private:
+    HANDLE m_handle;
+};
+
+[[noreturn]] void fail(Exit code, const char* what, const std::string& path) {
+    const std::string reason = lastSystemError();
+    throw Failure(code, std::string("cannot ") + what + ' ' + path + ": " + reason);
+}
+
+std::wstring wideOf(const std::u16string& units) { return {units.begin(), units.end()}; }
+std::u16string unitsOf(const std::wstring& wide) { return {wide.begin(), wide.end()}; }
+
+/// A name for the system: the long-path form takes names as they are, so nothing may pass here that is a path.
+std::wstring checkedName(const std::u16string& name) {
+    if (name.empty() || name == u"." || name == u".." || name.find_first_of(u"/\\:") != std::u16string::npos ||
+        name.find(u'\0') != std::u16string::npos || !wellFormed(name)) {
+        throw Failure(Exit::damaged, "a name that no file can have: " + displayName(name));
+    }
+    return wideOf(name);
+}
+
+std::wstring wideArgument(const std::string& path, Exit code) {
+    std::optional<std::wstring> wide = toWide(path);
+    if (!wide || wide->empty() || wide->find(L'\0') != std::wstring::npos) {
+        throw Failure(code, "not a path: " + displayText(path));
+    }
+    return *std::move(wide);
+}
+
+/// The full path in the form that has no length limit of 260 characters.
+std::wstring longPath(const std::wstring& path) {
+    if (path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) {
+        return path;
+    }
+    std::wstring full(32768, L'\0');
+    const DWORD length = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    if (length == 0 || length >= full.size()) {
+        return path;
+    }
+    full.resize(length);
+    while (full.size() > 3 && full.back() == L'\\') {
+        full.pop_back();
+    }
+    return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+}
+
+std::int64_t nanoseconds(const FILETIME& time) {
+    const auto steps = static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 |
+                                                 time.dwLowDateTime);
+    constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / 100;
+    return std::clamp(steps - kEpoch, -limit, limit) * 100;
+}
+
+FILETIME timeOf(std::int64_t ns) {
+    // Rounded down, also before 1970; a time that the system cannot keep becomes its first one.
+    std::int64_t steps = ns / 100 - (ns % 100 < 0 ? 1 : 0) + kEpoch;
+    steps = std::max<std::int64_t>(steps, 1);
+    FILETIME time{};
+    time.dwLowDateTime = static_cast<DWORD>(steps & 0xFFFFFFFF);
+    time.dwHighDateTime = static_cast<DWORD>(steps >> 32);
+    return time;
+}
+
+bool setModified(const std::wstring& path, std::int64_t ns) {
+    const Handle handle(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const FILETIME time = timeOf(ns);
+    return handle && SetFileTime(handle.get(), nullptr, nullptr, &time);
+}
+
+std::optional<FileIdentity> identityOf(const std::wstring& path) {
+    // Asking for attributes alone works also while another handle keeps the file to itself.
+    const Handle handle(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!handle || !GetFileInformationByHandle(handle.get(), &info)) {
+        return std::nullopt;
+    }
+    return FileIdentity{info.dwVolumeSerialNumber,
+                        static_cast<std::uint64_t>(info.nFileIndexHigh) << 32 | info.nFileIndexLow};
+}
+
+/// Links and mount points: what a name leads to lies elsewhere.
+bool leadsElsewhere(DWORD attributes, DWORD tag) {
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(tag);
+}
+
+enum class There { nothing, folder, link, other };
+
+There whatIsAt(const std::wstring& path) {
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = FindFirstFileW(path.c_str(), &data);
+    if (search == INVALID_HANDLE_VALUE) {
+        return There::nothing;
+    }
+    FindClose(search);
+    return leadsElsewhere(data.dwFileAttributes, data.dwReserved0)      ? There::link
+           : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? There::folder
+                                                                     : There::other;
+}
+
+std::wstring temporaryName() {
+    const std::string unique = uniqueText();
+    return L".mvtool-" + std::wstring(unique.begin(), unique.end()) + L".tmp";
+}
+
+std::wstring parentOf(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
+std::wstring leafOf(const std::wstring& path) { return path.substr(path.rfind(L'\\') + 1); }
+
+Exit codeOfMissing(Exit otherwise) {
+    const DWORD error = GetLastError();
+    return error == ERROR_PATH_NOT_FOUND || error == ERROR_FILE_NOT_FOUND ? Exit::notFound : otherwise;
+}
+
+} // namespace
+
+struct SourceFile::State {
+    Handle file;
+    std::string path;
+};
+
+SourceFile::SourceFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+SourceFile::SourceFile(SourceFile&&) noexcept = default;
+SourceFile::~SourceFile() = default;
+
+std::size_t SourceFile::read(void* buffer, std::size_t size) {
+    DWORD got = 0;
+    if (!ReadFile(m_state->file.get(), buffer, static_cast<DWORD>(size), &got, nullptr)) {
+        fail(Exit::notFound, "read", m_state->path);
+    }
+    return got;
+}
+
+struct NewFile::State {
+    Handle file;
+    std::wstring temporary;
+    std::wstring target;
+    std::string path;
+    bool committed = false;
+
+    ~State() {
+        file.reset();
+        if (!committed && !temporary.empty()) {
+            DeleteFileW(temporary.c_str());
+        }
+    }
+};
+
+NewFile::NewFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+NewFile::NewFile(NewFile&&) noexcept = default;
+NewFile::~NewFile() = default;
+
+void NewFile::write(const void* data, std::size_t size) {
+    const auto* bytes = static_cast<const char*>(data);
+    while (size > 0) {
+        DWORD written = 0;
+        if (!WriteFile(m_state->file.get(), bytes, static_cast<DWORD>(size), &written, nullptr) || written == 0) {
+            fail(Exit::writeFailure, "write", m_state->path);
+        }
+        bytes += written;
+        size -= written;
+    }
+}
+
+void NewFile::commit(const FileFacts& facts, bool replace) {
+    State& state = *m_state;
+    const FILETIME time = timeOf(facts.modified);
+    if (!SetFileTime(state.file.get(), nullptr, nullptr, &time) || !state.file.reset()) {
+        fail(Exit::writeFailure, "write", state.path);
+    }
+    const There there = whatIsAt(state.target);
+    if (there == There::link) {
+        throw Failure(Exit::damaged, "a symbolic link stands in the way: " + state.path);
+    }
+    if (there == There::folder || (there == There::other && !replace)) {
+        throw Failure(Exit::writeFailure, "exists already: " + state.path);
+    }
+    if (there == There::other) {
+        SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_NORMAL); // read-only would refuse the replacement
+    }
+    if (!MoveFileExW(state.temporary.c_str(), state.target.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
+        fail(Exit::writeFailure, "write", state.path);
+    }
+    state.committed = true;
+    if (facts.readOnly && !SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_READONLY)) {
+        fail(Exit::writeFailure, "write", state.path);
+    }
+}
+
+struct FolderCursor::State {
+    std::wstring path;                ///< of the current folder, without separator at the end
+    std::vector<std::size_t> lengths; ///< of the paths of the folders above
+    std::string root;                 ///< as given, for messages
+    std::size_t rootLength = 0;
+
+    std::wstring below(const std::wstring& name) const { return path + L'\\' + name; }
+
+    std::string shown(const std::wstring& name) const {
+        std::wstring inside = path.substr(rootLength);
+        if (inside.size() > 500) {
+            inside = inside.substr(0, 200) + L"\\..." + inside.substr(inside.find(L'\\', inside.size() - 200));
+        }
+        std::string text = root + displayText(fromWide(inside));
+        return name.empty() ? text : text + '\\' + displayText(fromWide(name));
+    }
+};
+
+FolderCursor::FolderCursor(const std::string& path) : m_state(std::make_unique<State>()) {
+    const std::wstring wide = wideArgument(path, Exit::notFound);
+    m_state->path = longPath(wide);
+    const DWORD attributes = GetFileAttributesW(m_state->path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        if (attributes != INVALID_FILE_ATTRIBUTES) {
+            SetLastError(ERROR_DIRECTORY);
+        }
+        fail(Exit::notFound, "open the folder", displayText(path));
+    }
+    if (m_state->path.back() == L'\\') {
+        m_state->path.pop_back(); // a drive's root
+    }
+    m_state->rootLength = m_state->path.size();
+    m_state->root = displayText(path);
+    while (m_state->root.size() > 1 && (m_state->root.back() == '\\' || m_state->root.back() == '/')) {
+        m_state->root.pop_back();
+    }
+}
+
+FolderCursor::FolderCursor(FolderCursor&&) noexcept = default;
+FolderCursor::~FolderCursor() = default;
+
+std::string FolderCursor::describe(const std::u16string& name) const { return m_state->shown(wideOf(name)); }
+
+std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
+    WIN32_FIND_DATAW data{};
+    const HANDLE search = FindFirstFileW(m_state->below(L"*").c_str(), &data);
+    std::vector<FolderEntry> entries;
+    if (search == INVALID_HANDLE_VALUE) {
+        if (GetLastError() == ERROR_FILE_NOT_FOUND) {
+            return entries; // an empty drive
+        }
+        fail(Exit::notFound, "read the folder", m_state->shown(L""));
+    }
+    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> owner(search, FindClose);
+    do {
+        const std::wstring name = data.cFileName;
+        if (name == L"." || name == L"..") {
+            continue;
+        }
+        FolderEntry entry;
+        entry.name = unitsOf(name);
+        if (!wellFormed(entry.name)) {
+            ++unnameable;
+            continue;
+        }
+        entry.kind = leadsElsewhere(data.dwFileAttributes, data.dwReserved0)      ? FolderEntry::Kind::link
+                     : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FolderEntry::Kind::folder
+                                                                               : FolderEntry::Kind::file;
+        entry.facts.modified = nanoseconds(data.ftLastWriteTime);
+        if (entry.kind == FolderEntry::Kind::file) {
+            entry.size = static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+            entry.facts.readOnly = (data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0;
+        }
+        entries.push_back(std::move(entry));
+    } while (FindNextFileW(search, &data));
+    if (GetLastError() != ERROR_NO_MORE_FILES) {
+        fail(Exit::notFound, "read the folder", m_state->shown(L""));
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+    return entries;
+}
+
+void FolderCursor::enter(const std::u16string& name) {
+    const std::wstring wide = checkedName(name);
+    if (whatIsAt(m_state->below(wide)) != There::folder) {
+        SetLastError(ERROR_DIRECTORY);
+        fail(Exit::notFound, "open the folder", m_state->shown(wide));
+    }
+    m_state->lengths.push_back(m_state->path.size());
+    m_state->path = m_state->below(wide);
+}
+
+void FolderCursor::leave(std::optional<std::int64_t> modified) {
+    if (modified && !setModified(m_state->path, *modified)) {
+        fail(Exit::writeFailure, "set the time of", m_state->shown(L""));
+    }
+    m_state->path.resize(m_state->lengths.back());
+    m_state->lengths.pop_back();
+}
+
+SourceFile FolderCursor::open(const std::u16string& name) {
+    const std::wstring wide = checkedName(name);
+    auto state = std::make_unique<SourceFile::State>();
+    state->path = m_state->shown(wide);
+    state->file = Handle(CreateFileW(m_state->below(wide).c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                     FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (!state->file) {
+        fail(Exit::notFound, "read", state->path);
+    }
+    return SourceFile(std::move(state));
+}
+
+FileIdentity FolderCursor::identity(const std::u16string& name) {
+    const std::wstring wide = checkedName(name);
+    const std::optional<FileIdentity> identity = identityOf(m_state->below(wide));
+    if (!identity) {
+        fail(Exit::notFound, "read", m_state->shown(wide));
+    }
+    return *identity;
+}
+
+FolderCursor::Made FolderCursor::makeFolder(const std::u16string& name) {
+    const std::wstring wide = checkedName(name);
+    const std::wstring path = m_state->below(wide);
+    if (CreateDirectoryW(path.c_str(), nullptr)) {
+        return Made::made;
+    }
+    const DWORD error = GetLastError();
+    const There there = whatIsAt(path);
+    if (there == There::folder) {
+        return Made::existed;
+    }
+    if (there == There::link) {
+        throw Failure(Exit::damaged, "a symbolic link stands in the way: " + m_state->shown(wide));
+    }
+    SetLastError(error);
+    fail(Exit::writeFailure, "make the folder", m_state->shown(wide));
+}
+
+NewFile FolderCursor::create(const std::u16string& name) {
+    const std::wstring wide = checkedName(name);
+    auto state = std::make_unique<NewFile::State>();
+    state->path = m_state->shown(wide);
+    state->target = m_state->below(wide);
+    const std::wstring temporary = m_state->below(temporaryName());
+    state->file =
+        Handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!state->file) {
+        fail(Exit::writeFailure, "write", state->path);
+    }
+    state->temporary = temporary;
+    return NewFile(std::move(state));
+}
+
+void FolderCursor::removeFile(const std::u16string& name) {
+    const std::wstring path = m_state->below(wideOf(name));
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    // A link to a folder is removed like a folder, and the folder that it leads to stays.
+    if (!DeleteFileW(path.c_str()) && !RemoveDirectoryW(path.c_str())) {
+        fail(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
+    }
+}
+
+void FolderCursor::removeFolder(const std::u16string& name) {
+    if (!RemoveDirectoryW(m_state->below(wideOf(name)).c_str())) {
+        fail(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
+    }
+}
+
+bool folderExists(const std::string& path) {
+    const std::wstring wide = longPath(wideArgument(path, Exit::writeFailure));
+    const DWORD attributes = GetFileAttributesW(wide.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        const DWORD error = GetLastError();
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+            return false;
+        }
+        fail(Exit::writeFailure, "use the folder", displayText(path));
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        throw Failure(Exit::writeFailure, "not a folder: " + displayText(path));
+    }
+    return true;
+}
+
+std::string makeFolderBeside(const std::string& path) {
+    const std::wstring folder = parentOf(longPath(wideArgument(path, Exit::writeFailure))) + L'\\' + temporaryName();
+    if (!CreateDirectoryW(folder.c_str(), nullptr)) {
+        fail(codeOfMissing(Exit::writeFailure), "make the folder", displayText(path));
+    }
+    return fromWide(folder);
+}
+
+void renameFolder(const std::string& from, const std::string& to) {
+    const std::wstring source = wideArgument(from, Exit::writeFailure);
+    const std::wstring target = longPath(wideArgument(to, Exit::writeFailure));
+    if (!MoveFileExW(source.c_str(), target.c_str(), 0)) {
+        fail(Exit::writeFailure, "make the folder", displayText(to));
+    }
+}
+
+void removeEmptyFolder(const std::string& path) {
+    if (const std::optional<std::wstring> wide = toWide(path)) {
+        RemoveDirectoryW(longPath(*wide).c_str());
+    }
+}
+
+struct ReplacedFile::State {
+    std::wstring target;
+    std::string shown;
+    std::wstring temporary;
+    std::string temporaryText;
+    std::optional<FileIdentity> temporaryIdentity;
+    std::optional<FileIdentity> targetIdentity;
+    bool committed = false;
+};
+
+ReplacedFile::ReplacedFile(const std::string& path) : m_state(std::make_unique<State>()) {
+    State& state = *m_state;
+    state.shown = displayText(path);
+    state.target = longPath(wideArgument(path, Exit::writeFailure));
+    const DWORD attributes = GetFileAttributesW(state.target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        throw Failure(Exit::writeFailure, "not an ordinary file: " + state.shown);
+    }
+    state.targetIdentity = identityOf(state.target);
+    const std::wstring temporary = parentOf(state.target) + L'\\' + temporaryName();
+    const Handle file(
+        CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
+        fail(codeOfMissing(Exit::writeFailure), "write", state.shown);
+    }
+    state.temporary = temporary;
+    state.temporaryText = fromWide(temporary);
+    state.temporaryIdentity = identityOf(temporary);
+}
+
+ReplacedFile::~ReplacedFile() {
+    if (!m_state->committed) {
+        DeleteFileW(m_state->temporary.c_str());
+    }
+}
+
+const std::string& ReplacedFile::temporaryPath() const { return m_state->temporaryText; }
+
+bool ReplacedFile::isSelf(FolderCursor& cursor, const std::u16string& name) const {
+    // An identity costs an opened file here, so names that cannot match by their length do without.
+    if (name.size() != leafOf(m_state->temporary).size() && name.size() != leafOf(m_state->target).size()) {
+        return false;
+    }
+    const FileIdentity identity = cursor.identity(name);
+    return identity == m_state->temporaryIdentity || identity == m_state->targetIdentity;
+}
+
+std::uint64_t ReplacedFile::writtenSize() const {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!GetFileAttributesExW(m_state->temporary.c_str(), GetFileExInfoStandard, &data)) {
+        return 0;
+    }
+    return static_cast<std::uint64_t>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+}
+
+void ReplacedFile::commit() {
+    State& state = *m_state;
+    Handle file(CreateFileW(state.temporary.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (!file || !FlushFileBuffers(file.get()) || !file.reset() ||
+        !MoveFileExW(state.temporary.c_str(), state.target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        fail(Exit::writeFailure, "write", state.shown);
+    }
+    state.committed = true;
+}
+
+} // namespace mvtool
