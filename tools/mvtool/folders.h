@@ -99,6 +99,9 @@ private:
     std::unique_ptr<State> m_state;
 };
 
+/// False where the system reserves names that others allow.
+bool takesPosixNames();
+
 /// True when something stands at the path that is or leads to a folder; Failure(writeFailure) when it is something else.
 bool folderExists(const std::string& path);
 

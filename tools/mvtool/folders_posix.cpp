@@ -431,6 +431,8 @@ void FolderCursor::removeFolder(const std::u16string& name) {
     }
 }
 
+bool takesPosixNames() { return true; }
+
 bool folderExists(const std::string& path) {
     struct stat status {};
     const std::string native = slashes(path);

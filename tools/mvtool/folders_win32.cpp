@@ -396,6 +396,8 @@ void FolderCursor::removeFolder(const std::u16string& name) {
     }
 }
 
+bool takesPosixNames() { return false; }
+
 bool folderExists(const std::string& path) {
     const std::wstring wide = longPath(wideArgument(path, Exit::writeFailure));
     const DWORD attributes = GetFileAttributesW(wide.c_str());

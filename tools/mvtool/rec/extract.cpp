@@ -55,7 +55,7 @@ public:
         , m_progress(progress) {}
 
     void enterFolder(const Entry& entry) override {
-        sayTop(entry);
+        begin(entry);
         if (m_cursor.makeFolder(entry.name) == FolderCursor::Made::existed && m_isNew) {
             throw Failure(Exit::writeFailure, "two names that are the same on this system: " +
                                                   m_cursor.describe(entry.name));
@@ -68,7 +68,7 @@ public:
         --m_depth;
     }
     void beginFile(const Entry& entry) override {
-        sayTop(entry);
+        begin(entry);
         m_file.emplace(m_cursor.create(entry.name));
     }
     void addBytes(std::span<const unsigned char> bytes) override { m_file->write(bytes.data(), bytes.size()); }
@@ -80,7 +80,10 @@ public:
     std::uint64_t files() const { return m_files; }
 
 private:
-    void sayTop(const Entry& entry) {
+    void begin(const Entry& entry) {
+        if ((entry.flags & kPosixName) != 0 && !takesPosixNames()) {
+            throw Failure(Exit::writeFailure, "this system cannot have the name " + displayName(entry.name));
+        }
         if (m_depth == 0) {
             m_progress.say("extracting " + displayName(entry.name));
         }

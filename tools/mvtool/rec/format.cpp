@@ -83,12 +83,13 @@ std::vector<unsigned char> encode(const Totals& totals) {
     return payload;
 }
 
-std::uint32_t payloadSum(std::uint32_t id, std::uint32_t length, short level, const void* payload, std::size_t size) {
+std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level, const void* payload,
+                        std::size_t size) {
     unsigned char header[kRecordHeaderBytes];
     store(header, id, 4);
     store(header + 4, length, 4);
     store(header + 8, static_cast<std::uint16_t>(level), 2);
-    return crc32(crc32(0, header, sizeof header), payload, size);
+    return crc32(crc32(sum, header, sizeof header), payload, size);
 }
 
 Fault decode(std::span<const unsigned char> payload, bool folder, Entry& entry) {

@@ -1,6 +1,7 @@
 // The bytes of a packed tree: identifiers, limits, payloads. docs/mvtool-rec.md describes them for others.
 //
-// Every payload ends with a CRC-32 of the record's 10-byte header and of the payload before the sum.
+// Every payload ends with a sum: the CRC-32 of the headers and payloads, sums left out, of all records from the first one
+// to this. So no record can be changed, moved, doubled or left out unseen.
 #pragma once
 
 #include <cstddef>
@@ -76,8 +77,9 @@ NameKind kindOfName(std::u16string_view name);
 std::vector<unsigned char> encode(const Entry& entry);
 std::vector<unsigned char> encode(const Totals& totals);
 
-/// The sum of a payload (without the sum) with its record's header; `length` counts the sum too.
-std::uint32_t payloadSum(std::uint32_t id, std::uint32_t length, short level, const void* payload, std::size_t size);
+/// Continues the sum over a record: its header, in which `length` counts the sum too, and its payload without the sum.
+std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level, const void* payload,
+                        std::size_t size);
 
 /// What is wrong with a payload, and at which of its bytes.
 struct Fault {

@@ -151,8 +151,8 @@ void TreeReader::readPayload() {
     m_payload.resize(header.dwLongitud);
     m_scan.read(m_payload.data(), header.dwLongitud);
     const std::size_t size = m_payload.size() - kSumBytes;
-    if (load(&m_payload[size], kSumBytes) !=
-        payloadSum(header.dwId, header.dwLongitud, header.nNivell, m_payload.data(), size)) {
+    m_sum = recordSum(m_sum, header.dwId, header.dwLongitud, header.nNivell, m_payload.data(), size);
+    if (load(&m_payload[size], kSumBytes) != m_sum) {
         damage(0, "the check sum is wrong", kCodeShort);
     }
 }

@@ -88,6 +88,7 @@ private:
 
     RecordScan& m_scan;
     std::vector<unsigned char> m_payload; ///< of the current record, with its sum
+    std::uint32_t m_sum = 0;
     Entry m_entry;
     int m_level = -1;
     std::vector<std::u16string> m_last; ///< for each level that is open: the name that came last, empty for none

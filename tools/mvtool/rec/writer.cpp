@@ -31,7 +31,8 @@ void TreeWriter::check(int result) {
 void TreeWriter::record(std::uint32_t id, int level, unsigned char* payload, std::uint32_t size) {
     const std::uint32_t length = size + kSumBytes;
     const auto stored = static_cast<short>(level);
-    store(payload + size, payloadSum(id, length, stored, payload, size), kSumBytes);
+    m_sum = recordSum(m_sum, id, length, stored, payload, size);
+    store(payload + size, m_sum, kSumBytes);
     m_serializer.SetNivell(stored);
     check(m_serializer.WriteRecord(payload, length, id));
     m_expected += kRecordHeaderBytes + length;

@@ -33,6 +33,7 @@ private:
     CFileBuffer m_file;
     TSerializer m_serializer;
     std::uint64_t m_expected = kFileHeaderBytes;
+    std::uint32_t m_sum = 0;
     int m_level = 0;
     Totals m_totals;
 };
