@@ -38,6 +38,8 @@ public:
     /// Ctrl-C.
     void interrupt();
     bool running();
+    /// Natively: true once it has opened a file that lies at the path or has that beginning.
+    bool hasOpen(const std::filesystem::path& beginning) const;
     Result wait();
 
 private:

@@ -127,6 +127,17 @@ bool RunningTool::running() {
            info.si_pid == 0;
 }
 
+bool RunningTool::hasOpen(const std::filesystem::path& beginning) const {
+    std::error_code error;
+    const std::string folder = "/proc/" + std::to_string(m_state->child.pid) + "/fd";
+    for (const auto& link : std::filesystem::directory_iterator(folder, error)) {
+        if (std::filesystem::read_symlink(link, error).string().starts_with(beginning.string())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 Result RunningTool::wait() { return finish(m_state->child); }
 
 void setModified(const std::filesystem::path& path, std::int64_t ns) {

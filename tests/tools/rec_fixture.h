@@ -4,6 +4,7 @@
 #include "program.h"
 #include "record_bytes.h"
 #include <gtest/gtest.h>
+#include <fstream>
 #include <set>
 #include <temp_folder.h>
 
@@ -19,10 +20,16 @@ protected:
     /// Makes a file with its folders.
     void Write(const std::filesystem::path& name, const std::string& bytes) const {
         std::filesystem::create_directories(Path(name).parent_path());
-        m_folder.Write(Path(name).wstring(), bytes);
+        std::ofstream file(Path(name), std::ios::binary);
+        file << bytes;
+        ASSERT_TRUE(file.flush()) << utf8(name);
     }
     void MakeFolder(const std::filesystem::path& name) const { std::filesystem::create_directories(Path(name)); }
-    std::string Read(const std::filesystem::path& name) const { return m_folder.Read(Path(name).wstring()); }
+    std::string Read(const std::filesystem::path& name) const {
+        std::ifstream file(Path(name), std::ios::binary);
+        EXPECT_TRUE(file.is_open()) << utf8(name);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     bool Exists(const std::filesystem::path& name) const {
         return std::filesystem::exists(std::filesystem::symlink_status(Path(name)));
     }
@@ -38,18 +45,18 @@ protected:
     Result Rec(const std::string& command, const std::string& file) const { return mvtool({"rec", command, Text(file)}); }
 
     /// Everything below a folder: names with "/" between them, a folder's with one behind.
-    std::set<std::u8string> Listing(const std::filesystem::path& name) const {
-        std::set<std::u8string> names;
+    std::set<std::string> Listing(const std::filesystem::path& name) const {
+        std::set<std::string> names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(Path(name))) {
-            names.insert(entry.path().lexically_relative(Path(name)).generic_u8string() +
-                         (entry.is_directory() && !entry.is_symlink() ? u8"/" : u8""));
+            names.insert(utf8(entry.path().lexically_relative(Path(name))) +
+                         (entry.is_directory() && !entry.is_symlink() ? "/" : ""));
         }
         return names;
     }
     /// No temporary file is left in the test's folder.
     void ExpectNothingLeftBehind() const {
-        for (const std::u8string& name : Listing(".")) {
-            EXPECT_EQ(name.find(u8".mvtool-"), std::u8string::npos) << std::string(name.begin(), name.end());
+        for (const std::string& name : Listing(".")) {
+            EXPECT_EQ(name.find(".mvtool-"), std::string::npos) << name;
         }
     }
 
