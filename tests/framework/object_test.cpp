@@ -80,6 +80,16 @@ TEST(RuntimeClassTest, ExampleUsage) {
     EXPECT_EQ(nullptr, DYNAMIC_DOWNCAST(CFile, nullptr));
 }
 
+TEST(RuntimeClassTest, WindowObjectStandsForNoWindowAtFirst) {
+    CWnd window;
+    EXPECT_EQ(nullptr, window.GetSafeHwnd());
+    int anything = 0;
+    window.m_hWnd = reinterpret_cast<HWND>(&anything);
+    EXPECT_EQ(reinterpret_cast<HWND>(&anything), window.GetSafeHwnd());
+    EXPECT_TRUE(window.IsKindOf(RUNTIME_CLASS(CCmdTarget)));
+    window.m_hWnd = nullptr;
+}
+
 TEST(RuntimeClassTest, RecordsTellSizeAndBase) {
     const CRuntimeClass* record = RUNTIME_CLASS(CSquare);
     EXPECT_EQ(static_cast<int>(sizeof(CSquare)), record->m_nObjectSize);

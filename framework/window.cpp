@@ -1,0 +1,8 @@
+#include "afxwin.h"
+
+IMPLEMENT_DYNAMIC(CWnd, CCmdTarget)
+
+CWnd::CWnd()
+    : m_hWnd(nullptr) {}
+
+CWnd::~CWnd() = default;
