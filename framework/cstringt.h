@@ -324,9 +324,7 @@ private:
     CStringData* data() const noexcept { return reinterpret_cast<CStringData*>(m_pszData) - 1; }
     bool isNil() const noexcept { return data()->nAllocLength == 0; }
     bool isShared() const noexcept { return data()->nRefs.load(std::memory_order_acquire) > 1; }
-    // Always inlined: a copy on a path that the compiler holds for cold would else need a function that the
-    // Windows library does not export.
-    [[gnu::always_inline]] static PXSTR share(const CStringT& src) {
+    static PXSTR share(const CStringT& src) {
         CStringData* pData = src.data();
         if (pData->nRefs.load(std::memory_order_relaxed) < 0) // the common empty text, or locked
             return copyOfUnshared(src);
@@ -353,8 +351,8 @@ private:
     bool formatFromResource(UINT nFormatID, bool bAppend, va_list args);
 };
 
-extern template class MVAFX_API CStringT<wchar_t>;
-extern template class MVAFX_API CStringT<char>;
+MVAFX_INSTANTIATED(CStringT<wchar_t>)
+MVAFX_INSTANTIATED(CStringT<char>)
 
 typedef CStringT<wchar_t> CString;
 typedef CStringT<wchar_t> CStringW;

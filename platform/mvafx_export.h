@@ -13,3 +13,12 @@
 #define MVAFX_API __attribute__((visibility("default")))
 #define MVAFX_MODULE_LOCAL __attribute__((visibility("hidden")))
 #endif
+
+// Says that the library has the members of a class template for one argument. The Windows library exports no
+// inline members of templates, so there a client compiles those that it cannot inline; the others come from
+// the library.
+#if defined(_WIN32) && !defined(MVAFX_BUILD)
+#define MVAFX_INSTANTIATED(...)
+#else
+#define MVAFX_INSTANTIATED(...) extern template class MVAFX_API __VA_ARGS__;
+#endif

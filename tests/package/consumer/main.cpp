@@ -1,4 +1,5 @@
 // A small application: it keeps a list of numbers in a record file and reads it back.
+#include <afxwin.h>
 #include <mvlib62.h>
 
 #include <cstdio>
