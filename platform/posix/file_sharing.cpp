@@ -138,6 +138,11 @@ void putUp(int descriptor, bool readable, const SharedUse& use) {
     });
 }
 
+// Ranges of no byte meet nothing.
+bool overlap(const RangeLock& range, std::uint64_t begin, std::uint64_t end) {
+    return std::max(begin, range.begin) < std::min(end, range.end);
+}
+
 } // namespace
 
 bool enterUse(const struct stat& status, const SharedUse* use, SharedFile*& file) {
@@ -211,7 +216,7 @@ bool lockRange(SharedFile* file, const SharedUse* owner, std::uint64_t begin, st
                int descriptor, bool writable) {
     const std::lock_guard<std::mutex> lock(table().lock);
     for (const RangeLock& range : file->ranges) {
-        if (begin < range.end && range.begin < end)
+        if (overlap(range, begin, end))
             return false;
     }
     file->ranges.push_back({begin, end, owner});
@@ -248,7 +253,7 @@ bool isLockedByOther(SharedFile* file, const SharedUse* user, std::uint64_t begi
         return false;
     const std::lock_guard<std::mutex> lock(table().lock);
     return std::any_of(file->ranges.begin(), file->ranges.end(), [&](const RangeLock& range) {
-        return range.owner != user && begin < range.end && range.begin < end;
+        return range.owner != user && overlap(range, begin, end);
     });
 }
 

@@ -40,7 +40,10 @@ void Object::releaseNamed() {
 HANDLE createNamed(LPCWSTR name, Kind kind, const std::function<Object*()>& make) {
     return guarded(HANDLE{nullptr}, [&]() -> HANDLE {
         if (!name || !*name) {
-            const HANDLE handle = openHandle(make());
+            Object* const made = make();
+            if (!made)
+                return nullptr;
+            const HANDLE handle = openHandle(made);
             if (handle)
                 SetLastError(NO_ERROR);
             return handle;
