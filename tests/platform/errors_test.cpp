@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <win32.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 
@@ -43,14 +44,24 @@ TEST(FormatMessage, ExampleUsage) {
 }
 
 TEST(LastError, BelongsToTheThread) {
-    SetLastError(5);
+    // The threads wait for each other without a call that has an error of its own.
+    std::atomic<int> step{0};
     DWORD other = 99;
-    std::thread([&other] {
-        other = GetLastError();
+    std::thread thread([&] {
         SetLastError(7);
-    }).join();
-    EXPECT_EQ(other, 0u);
-    EXPECT_EQ(GetLastError(), 5u);
+        step = 1;
+        while (step != 2) {
+        }
+        other = GetLastError();
+    });
+    SetLastError(5);
+    while (step != 1) {
+    }
+    const DWORD own = GetLastError();
+    step = 2;
+    thread.join();
+    EXPECT_EQ(own, 5u);
+    EXPECT_EQ(other, 7u);
 }
 
 TEST(FormatMessage, SystemTextEndsInALineBreak) {

@@ -241,18 +241,18 @@ TEST_F(Files, PositionPastTheEndReadsNothingAndWritesZerosBetween) {
 
 TEST_F(Files, PositionsBeyond32Bits) {
     const HANDLE file = Open(L"a");
-    const LONGLONG far = 5000000000LL;
-    EXPECT_EQ(Seek(file, far), far);
+    const LONGLONG distant = 5000000000LL;
+    EXPECT_EQ(Seek(file, distant), distant);
     Write(file, "x");
     LARGE_INTEGER size;
     EXPECT_TRUE(GetFileSizeEx(file, &size));
-    EXPECT_EQ(size.QuadPart, far + 1);
+    EXPECT_EQ(size.QuadPart, distant + 1);
     DWORD high = 0;
-    EXPECT_EQ(GetFileSize(file, &high), static_cast<DWORD>(far + 1));
+    EXPECT_EQ(GetFileSize(file, &high), static_cast<DWORD>(distant + 1));
     EXPECT_EQ(high, 1u);
     LONG longHigh = 0;
-    EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_CURRENT), static_cast<DWORD>(far));
-    EXPECT_EQ(SetFilePointer(file, 0, &longHigh, FILE_CURRENT), static_cast<DWORD>(far));
+    EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_CURRENT), static_cast<DWORD>(distant));
+    EXPECT_EQ(SetFilePointer(file, 0, &longHigh, FILE_CURRENT), static_cast<DWORD>(distant));
     EXPECT_EQ(longHigh, 1);
     EXPECT_EQ(Read(file, 5), "x");
 }

@@ -17,8 +17,8 @@ class Registered {
 public:
     explicit Registered(const std::vector<mv_resource>& entries,
                         std::uint32_t version = MV_RESOURCE_TABLE_VERSION)
-        : m_table{version, static_cast<std::uint32_t>(entries.size()), entries.data()} {
-        s_table = m_table; // must lie in the program
+        : m_entries(entries) {
+        s_table = {version, static_cast<std::uint32_t>(m_entries.size()), m_entries.data()};
         m_accepted = mvlib_register_resources(&s_table);
     }
     ~Registered() { mvlib_unregister_resources(&s_table); }
@@ -27,9 +27,9 @@ public:
     int Accepted() const { return m_accepted; }
 
 private:
-    mv_resource_table m_table;
+    std::vector<mv_resource> m_entries;
     int m_accepted = 0;
-    static mv_resource_table s_table;
+    static mv_resource_table s_table; // must lie in the program
 };
 
 mv_resource_table Registered::s_table;

@@ -8,6 +8,29 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+constexpr bool wideIsUtf32 = sizeof(wchar_t) == sizeof(char32_t);
+
+// Where wchar_t holds code points the standard library converts it by the locale, and UTF-32 always to UTF-8.
+fs::path PathOf(std::wstring_view name) {
+    if constexpr (wideIsUtf32)
+        return fs::path(std::u32string(name.begin(), name.end()));
+    else
+        return fs::path(name);
+}
+
+std::wstring TextOf(const fs::path& path) {
+    if constexpr (wideIsUtf32) {
+        const std::u32string text = path.u32string();
+        return std::wstring(text.begin(), text.end());
+    } else {
+        return path.wstring();
+    }
+}
+
+} // namespace
+
 TempFolder::TempFolder() {
     static std::atomic<unsigned> next{0};
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
@@ -23,20 +46,20 @@ TempFolder::~TempFolder() {
 }
 
 std::wstring TempFolder::Path(std::wstring_view name) const {
-    return (m_root / fs::path(name)).wstring();
+    return TextOf(m_root / PathOf(name));
 }
 
 std::wstring TempFolder::Write(std::wstring_view name, std::string_view bytes) const {
-    const fs::path path = m_root / fs::path(name);
+    const fs::path path = m_root / PathOf(name);
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
     EXPECT_TRUE(file.good()) << "cannot write " << path;
-    return path.wstring();
+    return TextOf(path);
 }
 
 std::string TempFolder::Read(std::wstring_view name) const {
-    const fs::path path = m_root / fs::path(name);
+    const fs::path path = m_root / PathOf(name);
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << "cannot read " << path;
     std::ostringstream bytes;
@@ -45,5 +68,5 @@ std::string TempFolder::Read(std::wstring_view name) const {
 }
 
 bool TempFolder::Exists(std::wstring_view name) const {
-    return fs::exists(m_root / fs::path(name));
+    return fs::exists(m_root / PathOf(name));
 }
