@@ -32,7 +32,7 @@ struct __POSITION {};
 typedef __POSITION* POSITION;
 #define BEFORE_START_POSITION ((POSITION)(INT_PTR)(-1))
 
-// ---- Diagnostics ------------------------------------------------------------------------------------------
+// ---- Diagnostics
 
 // TRUE when nBytes from lp on may be read (and, with bReadWrite, written). FALSE for null.
 MVAFX_API BOOL AfxIsValidAddress(const void* lp, UINT_PTR nBytes, BOOL bReadWrite = TRUE);
@@ -67,7 +67,7 @@ MVAFX_API void AfxTrace(LPCSTR lpszFormat, ...);
     } while (false)
 #define ENSURE_ARG(cond) ENSURE(cond)
 
-// ---- Run-time classes -------------------------------------------------------------------------------------
+// ---- Run-time classes
 
 // What is known about a class at run time. One constant record per class, made by the macros below.
 struct MVAFX_API CRuntimeClass {
@@ -157,7 +157,7 @@ protected:
 #define STATIC_DOWNCAST(class_name, object) ((class_name*)(object))
 MVAFX_API CObject* AfxDynamicDownCast(CRuntimeClass* pClass, CObject* pObject);
 
-// ---- Exceptions -------------------------------------------------------------------------------------------
+// ---- Exceptions
 
 // The base of every exception. Made with new and auto-delete on by default; an object that is not on the heap
 // is made with auto-delete off, and Delete() leaves it alone.
@@ -254,7 +254,7 @@ public:
 
 #include "afxfile.h"
 
-// ---- Dumps ------------------------------------------------------------------------------------------------
+// ---- Dumps
 
 // Writes diagnostic texts to a file (as UTF-16LE, without a mark) or, without one, to the debugger output.
 // 8-bit texts are converted by the code page CP_ACP, at most 511 characters of each. Errors of the file are

@@ -18,7 +18,7 @@
 #include <type_traits>
 #include <utility>
 
-// ---- Helpers ----------------------------------------------------------------------------------------------
+// ---- Helpers
 
 template <class TYPE>
 inline void CopyElements(TYPE* pDest, const TYPE* pSrc, INT_PTR nCount) {
@@ -119,7 +119,7 @@ inline void constructFrom(TYPE* p, ARG_TYPE arg) {
 
 } // namespace mvafx
 
-// ---- CArray -----------------------------------------------------------------------------------------------
+// ---- CArray
 
 // An array that grows. The capacity grows by nGrowBy elements where one was given, else by an eighth of the
 // length, at least 4 and at most 1,024.
@@ -315,7 +315,7 @@ private:
     }
 };
 
-// ---- CList ------------------------------------------------------------------------------------------------
+// ---- CList
 
 // A doubly linked list. A POSITION names a node and stays valid until that node is removed. Nodes come from
 // blocks of nBlockSize; the blocks go when the list becomes empty.
@@ -484,7 +484,7 @@ private:
     }
 };
 
-// ---- CMap -------------------------------------------------------------------------------------------------
+// ---- CMap
 
 // A hash map. The bucket of a key is HashKey modulo the table size (17 unless InitHashTable says otherwise);
 // the table is made at the first insertion and goes when the map becomes empty. A walk visits the buckets in
@@ -776,7 +776,7 @@ private:
     }
 };
 
-// ---- Typed wrappers ---------------------------------------------------------------------------------------
+// ---- Typed wrappers
 
 // A container of untyped pointers (BASE_CLASS) read and written as TYPE, a pointer type.
 template <class BASE_CLASS, class TYPE>

@@ -31,7 +31,7 @@ class COleObjectFactory;
 struct tagMSG;
 typedef struct tagMSG MSG;
 
-// ---- Extension modules ------------------------------------------------------------------------------------
+// ---- Extension modules
 
 // What the framework keeps about an extension module. A static object of that module, zero at first.
 struct AFX_EXTENSION_MODULE {
@@ -103,7 +103,7 @@ private:
 MVAFX_API void AfxLockGlobals(int nLockType);
 MVAFX_API void AfxUnlockGlobals(int nLockType);
 
-// ---- Module state -----------------------------------------------------------------------------------------
+// ---- Module state
 
 class MVAFX_API AFX_MODULE_STATE {
 public:
@@ -149,7 +149,7 @@ private:
 };
 #define AFX_MANAGE_STATE(p) AFX_MAINTAIN_STATE2 _ctlState(p)
 
-// ---- Resources --------------------------------------------------------------------------------------------
+// ---- Resources
 
 inline HINSTANCE AfxGetInstanceHandle() {
     return AfxGetModuleState()->m_hCurrentInstanceHandle;
@@ -176,7 +176,7 @@ MVAFX_API void AfxFormatString1(CString& rString, UINT nIDS, LPCTSTR lpsz1);
 MVAFX_API void AfxFormatString2(CString& rString, UINT nIDS, LPCTSTR lpsz1, LPCTSTR lpsz2);
 MVAFX_API void AfxFormatStrings(CString& rString, LPCTSTR lpszFormat, const LPCTSTR* rglpsz, int nString);
 
-// ---- Threads and the application --------------------------------------------------------------------------
+// ---- Threads and the application
 
 class MVAFX_API CCmdTarget : public CObject {
     DECLARE_DYNAMIC(CCmdTarget)
@@ -278,7 +278,7 @@ MVAFX_API BOOL AfxWinInit(HINSTANCE hInstance, HINSTANCE hPrevInstance, LPTSTR l
 MVAFX_API void AfxLockTempMaps();
 MVAFX_API BOOL AfxUnlockTempMaps(BOOL bDeleteTemps = TRUE);
 
-// ---- Message boxes ----------------------------------------------------------------------------------------
+// ---- Message boxes
 
 // Shows a text (a null one is empty) through CWinApp::DoMessageBox of the application, or what that does at
 // its base when there is none. Returns the button, 0 when no box could be shown.

@@ -66,7 +66,7 @@ int showMessageBox(LPCTSTR lpszPrompt, UINT nType) {
 
 } // namespace
 
-// ---- CWinThread -------------------------------------------------------------------------------------------
+// ---- CWinThread
 
 CWinThread::CWinThread()
     : m_pMainWnd(nullptr)
@@ -99,7 +99,7 @@ CWnd* CWinThread::GetMainWnd() {
     return m_pActiveWnd != nullptr ? m_pActiveWnd : m_pMainWnd;
 }
 
-// ---- CWinApp ----------------------------------------------------------------------------------------------
+// ---- CWinApp
 
 CWinApp::CWinApp(LPCTSTR lpszAppName)
     : m_hInstance(nullptr)
@@ -155,7 +155,7 @@ void CWinApp::SetRegistryKey(LPCTSTR lpszRegistryKey) {
     replaceText(m_pszProfileName, copyOf(m_pszAppName));
 }
 
-// ---- Accessors --------------------------------------------------------------------------------------------
+// ---- Accessors
 
 CWinApp* AfxGetApp() {
     return AfxGetModuleState()->m_pCurrentWinApp;
@@ -197,7 +197,7 @@ BOOL AfxUnlockTempMaps(BOOL) {
     return rCount > 0 && --rCount == 0;
 }
 
-// ---- Message boxes ----------------------------------------------------------------------------------------
+// ---- Message boxes
 
 int AfxMessageBox(LPCTSTR lpszText, UINT nType, UINT nIDHelp) {
     if (lpszText == nullptr)

@@ -130,7 +130,7 @@ void AfxThrowInvalidStringArg() {
 // Users are not counted (see CStringT::share), so that threads do not contend for one counter.
 CNilStringData g_afxNilString = {{{-1}, 0, 0}, {0, 0}};
 
-// ---- The text block ---------------------------------------------------------------------------------------
+// ---- The text block
 
 template <typename XCHAR>
 typename CStringT<XCHAR>::PXSTR CStringT<XCHAR>::newText(int nLength) {
@@ -256,7 +256,7 @@ bool CStringT<XCHAR>::loadImplicit(const void* psz) {
     return true;
 }
 
-// ---- Construction and assignment --------------------------------------------------------------------------
+// ---- Construction and assignment
 
 template <typename XCHAR>
 CStringT<XCHAR>::CStringT(PCXSTR psz)
@@ -348,7 +348,7 @@ void CStringT<XCHAR>::SetString(PCXSTR psz, int nLength) {
     }
 }
 
-// ---- Access and the buffer --------------------------------------------------------------------------------
+// ---- Access and the buffer
 
 template <typename XCHAR>
 void CStringT<XCHAR>::SetAt(int iChar, XCHAR ch) {
@@ -410,7 +410,7 @@ void CStringT<XCHAR>::UnlockBuffer() {
         data()->nRefs.store(1, std::memory_order_relaxed);
 }
 
-// ---- Adding -----------------------------------------------------------------------------------------------
+// ---- Adding
 
 template <typename XCHAR>
 void CStringT<XCHAR>::Append(PCXSTR psz) {
@@ -505,7 +505,7 @@ CStringT<XCHAR> CStringT<XCHAR>::concatenate(PCXSTR a, int nLengthA, PCXSTR b, i
     return result;
 }
 
-// ---- Removing and replacing -------------------------------------------------------------------------------
+// ---- Removing and replacing
 
 template <typename XCHAR>
 int CStringT<XCHAR>::Delete(int iIndex, int nCount) {
@@ -668,7 +668,7 @@ CStringT<XCHAR>& CStringT<XCHAR>::TrimRight(PCXSTR pszTargets) {
     return *this;
 }
 
-// ---- Pieces -----------------------------------------------------------------------------------------------
+// ---- Pieces
 
 template <typename XCHAR>
 CStringT<XCHAR> CStringT<XCHAR>::Mid(int iFirst) const {
@@ -728,7 +728,7 @@ CStringT<XCHAR> CStringT<XCHAR>::Tokenize(PCXSTR pszTokens, int& iStart) const {
     return Mid(iFrom, iUntil - iFrom);
 }
 
-// ---- Searching and comparing ------------------------------------------------------------------------------
+// ---- Searching and comparing
 
 template <typename XCHAR>
 int CStringT<XCHAR>::Find(XCHAR ch, int iStart) const noexcept {
@@ -793,7 +793,7 @@ bool CStringT<XCHAR>::equals(const CStringT& other) const noexcept {
     return Compare(other.m_pszData) == 0; // equal up to a NUL inside counts as equal
 }
 
-// ---- Formatting and resources -----------------------------------------------------------------------------
+// ---- Formatting and resources
 
 template <typename XCHAR>
 void CStringT<XCHAR>::FormatV(PCXSTR pszFormat, va_list args) {

@@ -85,7 +85,7 @@ public:
     typedef YCHAR* PYSTR;
     typedef const YCHAR* PCYSTR;
 
-    // ---- Construction and assignment ----
+    // ---- Construction and assignment
 
     CStringT() noexcept
         : m_pszData(nilText()) {}
@@ -126,7 +126,7 @@ public:
     void SetString(PCXSTR psz);
     void SetString(PCXSTR psz, int nLength);
 
-    // ---- Access ----
+    // ---- Access
 
     int GetLength() const noexcept { return data()->nDataLength; }
     bool IsEmpty() const noexcept { return data()->nDataLength == 0; }
@@ -147,7 +147,7 @@ public:
         m_pszData = nilText();
     }
 
-    // ---- The buffer ----
+    // ---- The buffer
 
     // A text of its own, writable, with room for nMinBufferLength characters and the NUL (at least the
     // present length; characters beyond it are undefined). Call ReleaseBuffer after writing and before any
@@ -168,7 +168,7 @@ public:
     PXSTR LockBuffer();
     void UnlockBuffer();
 
-    // ---- Adding ----
+    // ---- Adding
 
     void Append(PCXSTR psz);
     void Append(PCXSTR psz, int nLength);
@@ -194,7 +194,7 @@ public:
     int Insert(int iIndex, PCXSTR psz);
     int Insert(int iIndex, XCHAR ch);
 
-    // ---- Removing and replacing ----
+    // ---- Removing and replacing
 
     // Deletes nCount characters from iIndex on, as many as there are; returns the new length.
     int Delete(int iIndex, int nCount = 1);
@@ -222,7 +222,7 @@ public:
     CStringT& TrimRight(XCHAR ch);
     CStringT& TrimRight(PCXSTR pszTargets);
 
-    // ---- Pieces ----
+    // ---- Pieces
 
     CStringT Mid(int iFirst) const;
     CStringT Mid(int iFirst, int nCount) const;
@@ -236,19 +236,19 @@ public:
     // gives the whole rest.
     CStringT Tokenize(PCXSTR pszTokens, int& iStart) const;
 
-    // ---- Searching: a position, or -1 (also for an iStart outside the string and a null text) ----
+    // ---- Searching: a position, or -1 (also for an iStart outside the string and a null text)
 
     int Find(XCHAR ch, int iStart = 0) const noexcept;
     int Find(PCXSTR pszSub, int iStart = 0) const noexcept; // an empty text is found at iStart
     int ReverseFind(XCHAR ch) const noexcept;
     int FindOneOf(PCXSTR pszCharSet) const noexcept;
 
-    // ---- Comparing: negative, 0 or positive ----
+    // ---- Comparing: negative, 0 or positive
 
     int Compare(PCXSTR psz) const noexcept;       // by the value of UTF-16 units (bytes in CStringA)
     int CompareNoCase(PCXSTR psz) const noexcept; // the same on lower-case letters
 
-    // ---- Formatting and resources ----
+    // ---- Formatting and resources
 
     void Format(PCXSTR pszFormat, ...);
     void Format(UINT nFormatID, ...); // the format is a string resource; a missing one formats nothing
@@ -266,7 +266,7 @@ public:
     static int StringLength(PCXSTR psz) noexcept; // 0 for null
     static void CopyChars(XCHAR* pchDest, const XCHAR* pchSrc, int nChars) noexcept;
 
-    // ---- Operators ----
+    // ---- Operators
 
     friend CStringT operator+(const CStringT& a, const CStringT& b) {
         return concatenate(a.m_pszData, a.GetLength(), b.m_pszData, b.GetLength());

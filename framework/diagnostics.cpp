@@ -8,7 +8,7 @@
 #include <cstring>
 #include <cwchar>
 
-// ---- Addresses, traces, assertions ------------------------------------------------------------------------
+// ---- Addresses, traces, assertions
 
 BOOL AfxIsValidAddress(const void* lp, UINT_PTR nBytes, BOOL bReadWrite) {
     return lp != nullptr && !IsBadReadPtr(lp, nBytes) &&
@@ -74,7 +74,7 @@ void AfxAbort() {
     std::abort();
 }
 
-// ---- Dumps ------------------------------------------------------------------------------------------------
+// ---- Dumps
 
 CDumpContext afxDump;
 

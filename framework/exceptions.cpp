@@ -35,7 +35,7 @@ template <class TYPE>
 
 } // namespace
 
-// ---- CException -------------------------------------------------------------------------------------------
+// ---- CException
 
 IMPLEMENT_DYNAMIC(CException, CObject)
 
@@ -68,7 +68,7 @@ int CException::ReportError(UINT nType, UINT nMessageID) {
     return AfxMessageBox(L"Nothing more is known about the error.", nType, nHelpContext);
 }
 
-// ---- Exceptions with a fixed text -------------------------------------------------------------------------
+// ---- Exceptions with a fixed text
 
 IMPLEMENT_DYNAMIC(CSimpleException, CException)
 
@@ -121,7 +121,7 @@ void AfxThrowResourceException() {
     throwShared<CResourceException>();
 }
 
-// ---- COleException ----------------------------------------------------------------------------------------
+// ---- COleException
 
 IMPLEMENT_DYNAMIC(COleException, CException)
 

@@ -258,7 +258,7 @@ UINT CFile::GetBufferPtr(UINT, UINT, void**, void**) {
     return 0;
 }
 
-// ---- Names ------------------------------------------------------------------------------------------------
+// ---- Names
 
 CString CFile::GetFilePath() const {
     return m_strFileName;
@@ -279,7 +279,7 @@ void CFile::SetFilePath(LPCTSTR lpszNewName) {
     m_strFileName = lpszNewName;
 }
 
-// ---- Files by name ----------------------------------------------------------------------------------------
+// ---- Files by name
 
 void CFile::Rename(LPCTSTR lpszOldName, LPCTSTR lpszNewName) {
     if (!MoveFileW(lpszOldName, lpszNewName))

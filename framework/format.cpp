@@ -233,7 +233,7 @@ private:
         }
     }
 
-    // ---- Whole numbers ----
+    // ---- Whole numbers
 
     std::int64_t nextSigned(Size size) {
         switch (size) {
@@ -319,7 +319,7 @@ private:
         put(number, spec);
     }
 
-    // ---- Reals ----
+    // ---- Reals
 
     void realNumber(char type, const Spec& spec) {
         double value = spec.size == Size::longDouble ? static_cast<double>(va_arg(m_args.list, long double))
@@ -471,7 +471,7 @@ private:
             pTo[i] = static_cast<XCHAR>(p[i]);
     }
 
-    // ---- Texts ----
+    // ---- Texts
 
     // Whether an argument is of the string's own kind.
     static bool isOwnKind(bool isCapital, const Spec& spec) {

@@ -82,7 +82,7 @@ ThreadState& threadState() {
 
 } // namespace mvafx
 
-// ---- Locks ------------------------------------------------------------------------------------------------
+// ---- Locks
 
 void AfxLockGlobals(int nLockType) {
     EnterCriticalSection(globalLock(nLockType));
@@ -91,7 +91,7 @@ void AfxUnlockGlobals(int nLockType) {
     LeaveCriticalSection(globalLock(nLockType));
 }
 
-// ---- Module state -----------------------------------------------------------------------------------------
+// ---- Module state
 
 AFX_MODULE_STATE::AFX_MODULE_STATE(BOOL bDLL, const void* pAddressInModule, BOOL bSystem)
     : m_pCurrentWinApp(nullptr)
@@ -132,7 +132,7 @@ AFX_MODULE_STATE* AfxSetModuleState(AFX_MODULE_STATE* pNewState) {
     return pOld;
 }
 
-// ---- Extension modules ------------------------------------------------------------------------------------
+// ---- Extension modules
 
 CDynLinkLibrary::CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem)
     : m_hModule(state.hModule)
@@ -184,7 +184,7 @@ void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll) {
     }
 }
 
-// ---- Resources --------------------------------------------------------------------------------------------
+// ---- Resources
 
 HINSTANCE AfxFindResourceHandle(LPCTSTR lpszName, LPCTSTR lpszType) {
     HINSTANCE hFound = nullptr;

@@ -8,7 +8,7 @@ IMPLEMENT_DYNAMIC(CMutex, CSyncObject)
 IMPLEMENT_DYNAMIC(CEvent, CSyncObject)
 IMPLEMENT_DYNAMIC(CCriticalSection, CSyncObject)
 
-// ---- CSyncObject ------------------------------------------------------------------------------------------
+// ---- CSyncObject
 
 CSyncObject::CSyncObject(LPCTSTR)
     : m_hObject(nullptr) {}
@@ -27,7 +27,7 @@ BOOL CSyncObject::Unlock(LONG, LPLONG) {
     return TRUE;
 }
 
-// ---- System objects ---------------------------------------------------------------------------------------
+// ---- System objects
 
 CSemaphore::CSemaphore(LONG lInitialCount, LONG lMaxCount, LPCTSTR pstrName,
                        LPSECURITY_ATTRIBUTES lpsaAttributes)
@@ -83,7 +83,7 @@ BOOL CCriticalSection::Unlock() {
     return TRUE;
 }
 
-// ---- Locks ------------------------------------------------------------------------------------------------
+// ---- Locks
 
 CSingleLock::CSingleLock(CSyncObject* pObject, BOOL bInitialLock)
     : m_pObject(pObject)
