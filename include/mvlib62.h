@@ -8,6 +8,7 @@
 #include "CFileMapping.h"
 #include "CLastError.h"
 #include "CMirvaExcepcio.h"
+#include "CMultiString.h"
 #include "CStringEx.h"
 #include "Idioma.h"
 #include "ItemRanges.h"
