@@ -1,12 +1,12 @@
 // Record files beside other ways to read and write the same bytes.
 //
 // Every reader and writer here handles the record format itself (docs/record-files.md): the peers are what a
-// programmer would put under hand-written code for it, the limits what the system allows at best. The files lie in
-// memory (/dev/shm), so that no disk is measured.
+// programmer would put under hand-written code for it, the limits what the system allows at best. The files
+// lie in memory (/dev/shm), so that no disk is measured.
 #include "CFileBuffer.h"
 #include "TSerializer.h"
 
-#include "bench/sink.h"
+#include "sink.h"
 
 #include <benchmark/benchmark.h>
 
@@ -64,14 +64,14 @@ void Encode(unsigned char* at, const Header& header) {
 class Records {
 public:
     explicit Records(int count)
-        : count_(count)
-        , payload_(MAX_PAYLOAD + 1) {
+        : payload_(MAX_PAYLOAD + 1) {
         std::mt19937 random(20240607);
         for (unsigned char& byte : payload_)
             byte = static_cast<unsigned char>(random());
         headers_.reserve(count);
         for (int i = 0; i < count; ++i)
-            headers_.push_back({static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(random() % (MAX_PAYLOAD + 1)),
+            headers_.push_back({static_cast<std::uint32_t>(i),
+                                static_cast<std::uint32_t>(random() % (MAX_PAYLOAD + 1)),
                                 static_cast<std::int16_t>(i % 3 ? 1 : 0)});
         headers_.back().id = LAST_ID;
         headers_.back().level = 0;
@@ -81,16 +81,18 @@ public:
     unsigned char* payload() { return payload_.data(); }
 
 private:
-    int count_;
     std::vector<unsigned char> payload_;
     std::vector<Header> headers_;
 };
 
 std::string NarrowPath(int count, const char* use) {
-    return "/dev/shm/mvlib62-bench-" + std::to_string(getpid()) + "-" + use + "-" + std::to_string(count) + ".rec";
+    return "/dev/shm/mvlib62-bench-" + std::to_string(getpid()) + "-" + use + "-" + std::to_string(count) +
+           ".rec";
 }
 
-std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+std::wstring Wide(const std::string& text) {
+    return std::wstring(text.begin(), text.end());
+}
 
 Records& RecordsOf(int count) {
     static std::vector<std::pair<int, std::unique_ptr<Records>>> made;
@@ -332,7 +334,7 @@ void ScanHeaders(benchmark::State& state) {
         std::uint64_t sum = 0;
         while (reader.Next(header))
             sum += header.length;
-        bench::Sink(sum);
+        Keep(sum);
     }
 }
 
@@ -348,7 +350,7 @@ void ReadPayloads(benchmark::State& state) {
             reader.Payload(payload, header.length);
             sum += payload[header.length / 2];
         }
-        bench::Sink(sum);
+        Keep(sum);
     }
 }
 
@@ -366,7 +368,7 @@ void PayloadsIntoBlocks(benchmark::State& state) {
             sum += header.length ? block[header.length / 2] : 0;
             free(block);
         }
-        bench::Sink(sum);
+        Keep(sum);
     }
 }
 
@@ -385,7 +387,7 @@ void PayloadsIntoBlocksOurs(benchmark::State& state) {
             block = nullptr;
         }
         TSerializer::Close(file);
-        bench::Sink(sum);
+        Keep(sum);
     }
 }
 
@@ -410,7 +412,7 @@ void FindLast(benchmark::State& state) {
             sum += header.length;
             free(block);
         }
-        bench::Sink(sum);
+        Keep(sum);
     }
 }
 
@@ -419,7 +421,7 @@ void FindLastOurs(benchmark::State& state) {
     for (auto _ : state) {
         unsigned long length = 0;
         void* block = TSerializer::GetRegistre(path.c_str(), LAST_ID, length, nullptr);
-        bench::Sink(length);
+        Keep(length);
         free(block);
     }
 }
@@ -566,32 +568,32 @@ private:
     std::uint32_t rest_ = 0;
 };
 
-constexpr int MANY = 1000000;
-constexpr int FEW = 10;
+constexpr int FEW = 10, SOME = 100000, MANY = 1000000;
 
-#define READERS(job, size)                                                                                   \
-    BENCHMARK_TEMPLATE(job, Ours)->Arg(size)->Name(#job "/ours/" #size);                                      \
-    BENCHMARK_TEMPLATE(job, Protobuf)->Arg(size)->Name(#job "/protobuf/" #size);                              \
-    BENCHMARK_TEMPLATE(job, Stdio)->Arg(size)->Name(#job "/fread/" #size);                                    \
-    BENCHMARK_TEMPLATE(job, Ifstream)->Arg(size)->Name(#job "/ifstream/" #size);                              \
-    BENCHMARK_TEMPLATE(job, BoostReader)->Arg(size)->Name(#job "/boost/" #size);                              \
-    BENCHMARK_TEMPLATE(job, Mapped)->Arg(size)->Name(#job "/limit-mmap/" #size);                              \
-    BENCHMARK_TEMPLATE(job, Blocks)->Arg(size)->Name(#job "/limit-read/" #size)
+#define PEERS_AND_LIMITS(job, name, size)                                                                    \
+    BENCHMARK_TEMPLATE(job, Protobuf)->Name("records/" name "/peer-protobuf")->Arg(size);                    \
+    BENCHMARK_TEMPLATE(job, Stdio)->Name("records/" name "/peer-fread")->Arg(size);                          \
+    BENCHMARK_TEMPLATE(job, Ifstream)->Name("records/" name "/peer-ifstream")->Arg(size);                    \
+    BENCHMARK_TEMPLATE(job, BoostReader)->Name("records/" name "/peer-boost")->Arg(size);                    \
+    BENCHMARK_TEMPLATE(job, Mapped)->Name("records/" name "/limit-mmap")->Arg(size);                         \
+    BENCHMARK_TEMPLATE(job, Blocks)->Name("records/" name "/limit-read")->Arg(size)
 
-READERS(ScanHeaders, MANY);
-READERS(ReadPayloads, MANY);
-READERS(FindLast, MANY);
-READERS(PayloadsIntoBlocks, MANY);
-READERS(ReadPayloads, FEW);
-BENCHMARK(FindLastOurs)->Arg(MANY);
-BENCHMARK(PayloadsIntoBlocksOurs)->Arg(MANY);
-BENCHMARK(Write)->Arg(MANY)->Name("Write/ours");
-BENCHMARK_TEMPLATE(WriteWith, ProtobufWriter)->Arg(MANY)->Name("Write/protobuf");
-BENCHMARK_TEMPLATE(WriteWith, StdioWriter)->Arg(MANY)->Name("Write/fwrite");
-BENCHMARK_TEMPLATE(WriteWith, OfstreamWriter)->Arg(MANY)->Name("Write/ofstream");
-BENCHMARK_TEMPLATE(WriteWith, BoostWriter)->Arg(MANY)->Name("Write/boost");
-BENCHMARK_TEMPLATE(WriteWith, BlockWriter)->Arg(MANY)->Name("Write/limit-write");
+BENCHMARK_TEMPLATE(ScanHeaders, Ours)->Name("records/scan/ours")->Arg(SOME)->Arg(MANY);
+PEERS_AND_LIMITS(ScanHeaders, "scan", MANY);
+BENCHMARK(FindLastOurs)->Name("records/find-last/ours")->Arg(SOME)->Arg(MANY);
+PEERS_AND_LIMITS(FindLast, "find-last", MANY);
+BENCHMARK_TEMPLATE(ReadPayloads, Ours)->Name("records/payloads/ours")->Arg(SOME)->Arg(MANY);
+PEERS_AND_LIMITS(ReadPayloads, "payloads", MANY);
+BENCHMARK(PayloadsIntoBlocksOurs)->Name("records/blocks/ours")->Arg(SOME)->Arg(MANY);
+PEERS_AND_LIMITS(PayloadsIntoBlocks, "blocks", MANY);
+BENCHMARK_TEMPLATE(ReadPayloads, Ours)->Name("records/open-read-close/ours")->Arg(FEW);
+PEERS_AND_LIMITS(ReadPayloads, "open-read-close", FEW);
+
+BENCHMARK(Write)->Name("records/write/ours")->Arg(SOME)->Arg(MANY);
+BENCHMARK_TEMPLATE(WriteWith, ProtobufWriter)->Name("records/write/peer-protobuf")->Arg(MANY);
+BENCHMARK_TEMPLATE(WriteWith, StdioWriter)->Name("records/write/peer-fwrite")->Arg(MANY);
+BENCHMARK_TEMPLATE(WriteWith, OfstreamWriter)->Name("records/write/peer-ofstream")->Arg(MANY);
+BENCHMARK_TEMPLATE(WriteWith, BoostWriter)->Name("records/write/peer-boost")->Arg(MANY);
+BENCHMARK_TEMPLATE(WriteWith, BlockWriter)->Name("records/write/limit-blocks")->Arg(MANY);
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -196,6 +196,7 @@ protected:
 
 private:
     bool takeHeader(SER_RECORDHEADER& hdr);
+    bool takePayload(void* pBuf, DWORD dwSize);
     bool readHeader(SER_RECORDHEADER& hdr, bool* pbError);
     int nextRecord(SER_RECORDHEADER& hdr, short nLevel, TIndicadorEstat* pIE, bool* pbError);
     int readPayload(void* pBuf, DWORD dwSize, bool bOwnBlock, TIndicadorEstat* pIE);

@@ -136,7 +136,7 @@ TEST_F(TSerializerSearchTest, EmptyPayloadIsFoundWithoutABlock) {
 }
 
 TEST_F(TSerializerSearchTest, SearchStartsAtTheFilesHeaderAndLeavesTheFileOpen) {
-    Write(Image().Record(1, 0, "abc").Record(2, 0, "def"));
+    Write(Image().Record(1, 0, "abc").Record(2, 0, "defdefdef"));
     CFile file(m_path.c_str(), CFile::modeRead);
     ASSERT_EQ(TSerializer::GetRegistre(&file, 1, m_block, m_length, nullptr), 0);
     EXPECT_EQ(file.GetPosition(), 31u); // behind the payload
@@ -145,7 +145,7 @@ TEST_F(TSerializerSearchTest, SearchStartsAtTheFilesHeaderAndLeavesTheFileOpen) 
     EXPECT_EQ(TSerializer::GetRegistre(&file, 1, m_block, m_length, nullptr), -16103) << "no header here";
     file.SeekToBegin();
     EXPECT_EQ(TSerializer::GetRegistre(&file, 2, m_block, m_length, nullptr), 0);
-    EXPECT_EQ(Payload(), "def");
+    EXPECT_EQ(Payload(), "defdefdef");
 }
 
 TEST_F(TSerializerSearchTest, RecordsFarApartAreFound) {
