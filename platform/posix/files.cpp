@@ -133,6 +133,7 @@ DWORD settle(FileObject& file, const Opened& opened, const std::string& path, DW
         return ERROR_ACCESS_DENIED;
     file.m_type = typeOf(status);
     file.m_stream = file.m_type != FILE_TYPE_DISK;
+    file.m_regular = S_ISREG(status.st_mode);
     file.m_writableDescriptor = opened.writable;
     file.m_use.uses = uses;
     file.m_use.shares = share & useAll;
@@ -244,6 +245,14 @@ std::uint64_t endOf(std::uint64_t begin, std::uint64_t size) {
 }
 
 bool sizeOf(const FileObject& file, std::uint64_t& size) {
+    // Less than half the time of asking for the whole status.
+    if (file.m_regular) {
+        const off_t end = ::lseek(file.m_descriptor, 0, SEEK_END);
+        if (end >= 0) {
+            size = static_cast<std::uint64_t>(end);
+            return true;
+        }
+    }
     struct stat status;
     if (::fstat(file.m_descriptor, &status) != 0) {
         setLastErrno();
