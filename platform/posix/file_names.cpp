@@ -65,15 +65,15 @@ bool isReadOnly(const struct stat& status) {
     return (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
 }
 
-DWORD attributesOf(const struct stat& status, bool link) {
+DWORD attributesOf(mode_t mode, bool link) {
     DWORD attributes = 0;
-    if (S_ISDIR(status.st_mode))
+    if (S_ISDIR(mode))
         attributes |= FILE_ATTRIBUTE_DIRECTORY;
-    else if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode))
+    else if (S_ISREG(mode) || S_ISLNK(mode))
         attributes |= FILE_ATTRIBUTE_ARCHIVE;
     else
         attributes |= FILE_ATTRIBUTE_DEVICE;
-    if (!S_ISLNK(status.st_mode) && isReadOnly(status))
+    if (!S_ISLNK(mode) && (mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
         attributes |= FILE_ATTRIBUTE_READONLY;
     if (link)
         attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
@@ -94,7 +94,7 @@ FILETIME creationTime(int descriptor, const char* path, int flags, const struct 
 
 void fill(const struct stat& status, bool link, const FILETIME& creation, WIN32_FILE_ATTRIBUTE_DATA& data) {
     const std::uint64_t size = S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
-    data.dwFileAttributes = attributesOf(status, link);
+    data.dwFileAttributes = attributesOf(status.st_mode, link);
     data.ftCreationTime = creation;
     data.ftLastAccessTime = fileTimeOf(status.st_atim);
     data.ftLastWriteTime = fileTimeOf(status.st_mtim);
@@ -352,7 +352,7 @@ DWORD GetFileAttributesW(LPCWSTR fileName) {
         bool link;
         if (!takePath(fileName, path) || !look(path, status, link))
             return INVALID_FILE_ATTRIBUTES;
-        return attributesOf(status, link);
+        return attributesOf(status.st_mode, link);
     });
 }
 

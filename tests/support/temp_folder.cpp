@@ -1,5 +1,6 @@
 #include "temp_folder.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
@@ -14,10 +15,13 @@ constexpr bool wideIsUtf32 = sizeof(wchar_t) == sizeof(char32_t);
 
 // Where wchar_t holds code points the standard library converts it by the locale, and UTF-32 always to UTF-8.
 fs::path PathOf(std::wstring_view name) {
-    if constexpr (wideIsUtf32)
-        return fs::path(std::u32string(name.begin(), name.end()));
-    else
+    if constexpr (wideIsUtf32) {
+        std::u32string path(name.begin(), name.end());
+        std::replace(path.begin(), path.end(), U'\\', U'/');
+        return fs::path(path);
+    } else {
         return fs::path(name);
+    }
 }
 
 std::wstring TextOf(const fs::path& path) {

@@ -14,7 +14,8 @@ public:
 
     const std::filesystem::path& Root() const { return m_root; }
 
-    // The full path of `name` inside the folder, in the form that the library takes.
+    // The full path of `name` inside the folder, in the form that the library takes. A name may hold folders,
+    // separated by backslashes on every target.
     std::wstring Path(std::wstring_view name) const;
 
     // Writes the bytes as the file's whole content; answers its full path.

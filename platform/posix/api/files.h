@@ -210,6 +210,25 @@ typedef WIN32_FIND_DATAW WIN32_FIND_DATA;
 
 #define IO_REPARSE_TAG_SYMLINK 0xA000000Cu
 
+// The entries of a folder that a pattern meets: the last part of the path, in which "*" and "?" may stand, is
+// compared without case. "." and ".." come first, except below the root, then the entries in the order in
+// which the system lists them. A name without wildcards that exists as it is written finds that entry alone.
+//
+// Attributes are those of GetFileAttributesW. A link to a folder is a folder and a reparse point, with the
+// times of its target; where it leads back to a folder in which it lies, by its absolute path as written, it
+// is reported without FILE_ATTRIBUTE_DIRECTORY, so that a walk into all folders ends. A link that leads
+// nowhere is a file. An entry that goes while the folder is listed is left out; cAlternateFileName is empty.
+//
+// INVALID_HANDLE_VALUE with last error 2 (nothing meets the pattern, or the path ends in a separator), 3 (no
+// such folder, empty or null path), 5 (no right to list it), 87 (null data), 123 (missing, and wildcards
+// before the last part), 206 (too long), 267 (a file where the folder should be).
+MVPLAT_API HANDLE WINAPI FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW data);
+// FALSE with 18 after the last entry, at every further call too, and 6 for what is no handle of a search. One
+// handle may serve several threads: each entry goes to one of them.
+MVPLAT_API BOOL WINAPI FindNextFileW(HANDLE search, LPWIN32_FIND_DATAW data);
+// FALSE with 6 for what is no handle of a search.
+MVPLAT_API BOOL WINAPI FindClose(HANDLE search);
+
 // Environment. The value's length without the NUL, or the size needed with it; 0 with 203 when there is none.
 MVPLAT_API DWORD WINAPI GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD size);
 // A null value removes the variable.

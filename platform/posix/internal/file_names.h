@@ -21,7 +21,7 @@ bool endsLikeFolderButIsNone(const std::string& path);
 std::string parentOf(const std::string& path);
 
 bool isReadOnly(const struct stat& status);
-DWORD attributesOf(const struct stat& status, bool link);
+DWORD attributesOf(mode_t mode, bool link);
 // Attributes, times and size of an open file.
 void fillAttributes(int descriptor, const struct stat& status, WIN32_FILE_ATTRIBUTE_DATA& data);
 
