@@ -28,7 +28,6 @@ struct AFX_EXTENSION_MODULE;
 typedef int IDIOMA;
 
 // ---- Current language
-// ----------------------------------------------------------------------------------------------
 
 // Sets the current language and returns the one before. The first is 0x0400 (the user's default language, for
 // which the system accepts whatever language the module has). Any value is taken.
@@ -36,7 +35,6 @@ MVLIB_API unsigned short AfxSetLanguage(unsigned short wLanguage);
 MVLIB_API unsigned short AfxGetLanguage();
 
 // ---- String resources
-// ----------------------------------------------------------------------------------------------
 
 // String `nID` in `wLanguage`. With `hModule` only that module is searched; null searches the caller's
 // current resource module (unless the module state is a system one) and then the resource chain, first hit
@@ -48,7 +46,6 @@ MVLIB_API CString AfxLoadString(unsigned int nID);
 MVLIB_API CString AfxLoadString(const wchar_t* pszText);
 
 // ---- What a language module says about itself
-// ----------------------------------------------------------------------
 
 // String 29997 as a number, 29998 (the language's name, at most 39 characters) and 29999 (its short key, at
 // most 9) of `hModule`; null is the current module, the program's or that of a library with a module state of
@@ -60,7 +57,6 @@ MVLIB_API CString AfxGetClauIdioma(HINSTANCE hModule);
 MVLIB_API IDIOMA AfxGetIdiomaAplicacio();
 
 // ---- Resource chain
-// ------------------------------------------------------------------------------------------------
 
 // Enters an extension module into the caller's resource chain unless it is there already. 1 when it is in the
 // chain now, 0 when there is no module state. `module` must outlive the chain.

@@ -61,7 +61,6 @@ public:
     typedef void (*PFNCALLBACK)(TIndicadorEstat* pIE, unsigned long dwUserData);
 
     // ---- Construction
-    // --------------------------------------------------------------------------------------------
 
     // A running, uncancelled indicator at position 0.0 with an empty message, no timer and the one range
     // (0.0, 1.0). `pfnCallback` may be null. If the system refuses the lock it throws: CMemoryException* when
@@ -72,7 +71,6 @@ public:
     virtual ~TIndicadorEstat();
 
     // ---- Message
-    // -------------------------------------------------------------------------------------------------
 
     // Replaces the message; null empties it. Any thread.
     virtual void SetMissatge(const wchar_t* pszMissatge);
@@ -87,7 +85,6 @@ public:
     CString GetMissatge();
 
     // ---- Position
-    // ------------------------------------------------------------------------------------------------
 
     // Stores the absolute position, calls the callback, waits while the indicator is paused, and answers 1 to
     // go on or 0 when it has been cancelled. Every call reaches the callback: nothing is throttled.
@@ -99,7 +96,6 @@ public:
     double GetEstat();
 
     // ---- Ranges
-    // --------------------------------------------------------------------------------------------------
 
     // Overwrites the top range, or makes (dInici, dFi) the first one when the stack is empty. Shows nothing.
     void SetRang(double dInici, double dFi);
@@ -129,7 +125,6 @@ public:
     static int PopRangRel(TIndicadorEstat* pIE) { return pIE ? pIE->PopRangRel() : 1; }
 
     // ---- Cancel and pause: any thread
-    // ----------------------------------------------------------------------------
 
     // 1 when the operation has been cancelled, else 0.
     virtual int TestCancel();
@@ -152,7 +147,6 @@ public:
     int EsperarPausa();
 
     // ---- Timer: worker only
-    // --------------------------------------------------------------------------------------
 
     // Enables the timer and starts it now, anew if it was running.
     virtual void ActivarTimer();
@@ -162,7 +156,6 @@ public:
     unsigned long GetTempsTimer();
 
     // ---- Message boxes
-    // -------------------------------------------------------------------------------------------
 
     // Shows `pszText` in a modal box (AfxMessageBox) and returns the box's result. `nTipus`: 0 information, 1
     // warning, 2 error, anything else no icon. `nIDAjuda` is the help context, 0 for none.

@@ -36,7 +36,6 @@ std::string Lowered(std::string text) {
 }
 
 // ---- The configuration file
-// ----------------------------------------------------------------------------------------
 
 // The file's bytes; nothing when it cannot be read or is too large.
 std::string ReadBytes(const std::wstring& path) {
@@ -110,7 +109,6 @@ std::string ConfiguredKey(const std::wstring& path) {
 }
 
 // ---- Modules
-// -------------------------------------------------------------------------------------------------------
 
 std::wstring ModulePath(HINSTANCE instance) {
     std::vector<wchar_t> buffer(MAX_PATH);

@@ -33,7 +33,6 @@ TIndicadorEstat::~TIndicadorEstat() {
 }
 
 // ---- Message
-// -------------------------------------------------------------------------------------------------------
 
 void TIndicadorEstat::SetMissatge(const wchar_t* pszMissatge) {
     CSingleLock lock(&m_cs, TRUE);
@@ -72,7 +71,6 @@ CString TIndicadorEstat::GetMissatge() {
 }
 
 // ---- Position
-// ------------------------------------------------------------------------------------------------------
 
 int TIndicadorEstat::MostrarEstat(double dPos) {
     m_dEstat.store(dPos, std::memory_order_release);
@@ -95,7 +93,6 @@ double TIndicadorEstat::GetEstat() {
 }
 
 // ---- Ranges
-// --------------------------------------------------------------------------------------------------------
 
 void TIndicadorEstat::SetRang(double dInici, double dFi) {
     if (m_llistaRangs.IsEmpty())
@@ -167,7 +164,6 @@ double TIndicadorEstat::getMax() {
 }
 
 // ---- Cancel and pause
-// ----------------------------------------------------------------------------------------------
 
 int TIndicadorEstat::TestCancel() {
     return m_bCancelat.load(std::memory_order_acquire);
@@ -230,7 +226,6 @@ int TIndicadorEstat::EsperarPausa() {
 }
 
 // ---- Timer
-// ---------------------------------------------------------------------------------------------------------
 
 void TIndicadorEstat::ActivarTimer() {
     delete m_pdwIniciTimer;
@@ -255,7 +250,6 @@ void TIndicadorEstat::startTimerCell() {
 }
 
 // ---- Message boxes
-// -------------------------------------------------------------------------------------------------
 
 int TIndicadorEstat::Report(const wchar_t* pszText, int nTipus, unsigned int nIDAjuda) {
     static constexpr UINT icons[] = {MB_ICONINFORMATION, MB_ICONEXCLAMATION, MB_ICONHAND};
@@ -294,7 +288,6 @@ int TIndicadorEstat::ReportError(unsigned int nID, unsigned int nIDAjuda) {
 }
 
 // ---- CSetSubRangIE
-// -------------------------------------------------------------------------------------------------
 
 CSetSubRangIE::CSetSubRangIE(TIndicadorEstat* pIE, int nPos, int nTotal)
     : m_pIE(pIE)

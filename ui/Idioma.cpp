@@ -67,7 +67,6 @@ bool LoadReserved(HINSTANCE module, unsigned int id, wchar_t (&text)[Size], cons
 } // namespace
 
 // ---- Current language
-// ----------------------------------------------------------------------------------------------
 
 unsigned short AfxSetLanguage(unsigned short wLanguage) {
     const unsigned short previous = g_language;
@@ -80,7 +79,6 @@ unsigned short AfxGetLanguage() {
 }
 
 // ---- String resources
-// ----------------------------------------------------------------------------------------------
 
 CString AfxLoadStringLang(unsigned int nID, unsigned short wLanguage, HINSTANCE hModule) {
     CString text;
@@ -108,7 +106,6 @@ CString AfxLoadString(const wchar_t* pszText) {
 }
 
 // ---- What a language module says about itself
-// ----------------------------------------------------------------------
 
 IDIOMA AfxGetIdioma(HINSTANCE hModule) {
     wchar_t number[10];
@@ -142,7 +139,6 @@ IDIOMA AfxGetIdiomaAplicacio() {
 }
 
 // ---- Resource chain
-// ------------------------------------------------------------------------------------------------
 
 int AfxLinkExtensionModule(AFX_EXTENSION_MODULE& module) {
     AFX_MODULE_STATE* const state = AfxGetModuleState();

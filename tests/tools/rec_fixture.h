@@ -48,7 +48,8 @@ protected:
     std::set<std::string> Listing(const std::filesystem::path& name) const {
         std::set<std::string> names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(Path(name))) {
-            names.insert(utf8(entry.path().lexically_relative(Path(name))) +
+            const std::u8string relative = entry.path().lexically_relative(Path(name)).generic_u8string();
+            names.insert(std::string(relative.begin(), relative.end()) +
                          (entry.is_directory() && !entry.is_symlink() ? "/" : ""));
         }
         return names;

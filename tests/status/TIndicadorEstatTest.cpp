@@ -400,7 +400,7 @@ TEST_F(TIndicadorEstatTest, InitShowsZeroBeforeItClearsTheCancel) {
     EXPECT_EQ(watcher.TestCancel(), 0);
 }
 
-// ---- Pause on one thread (see TIndicadorEstatThreads_test.cpp)
+// ---- Pause on one thread (see TIndicadorEstatThreadsTest.cpp)
 // -----------------------------------------------
 
 TEST_F(TIndicadorEstatTest, PauseIsASwitch) {
