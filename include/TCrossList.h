@@ -35,7 +35,8 @@ public:
     TCrossNode(const TCrossNode& other) = default;
     // A copy with the same neighbours and a clone of the item (`Duplicar`); an empty node for null.
     explicit TCrossNode(const TCrossNode* pNode);
-    // Kept: assigns nothing.
+    // Kept: assigns nothing, so that there is no assignment to itself to look out for either.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
     TCrossNode& operator=(const TCrossNode&) { return *this; }
     // Destroys the item.
     virtual ~TCrossNode();
@@ -84,7 +85,7 @@ public:
     // An empty, owning, sorted list.
     TCrossList();
     // A list of clones of the other's nodes (`Duplicar` of each), with the same sorted and ownership flags.
-    // Not null.
+    // Not null. Throws the memory exception when there is no memory for a node or for the index.
     explicit TCrossList(const TCrossList* pLlista);
     // There is no copy that shares nodes.
     TCrossList(const TCrossList&) = delete;
@@ -92,8 +93,8 @@ public:
     // Destroys nodes and items when the ownership flag is set.
     ~TCrossList() override;
 
-    // A new list made by the constructor from a pointer; the caller deletes it. Null when memory is short.
-    // Kept: a circular list answers a plain one.
+    // A new list made by the constructor from a pointer, which may throw; the caller deletes it. Null when
+    // there is no memory for the list itself. Kept: a circular list answers a plain one.
     TItem* Duplicar() const override;
     const CMirvaRTTI* GetRTTI() const override;
 
@@ -135,7 +136,8 @@ public:
     // counts. Null, and nothing linked, for a null node, for neighbours that are not adjacent, and for none
     // on a list with nodes.
     virtual TCrossNode* LinkNodes(TCrossNode* pPrev, TCrossNode* pNode, TCrossNode* pNext);
-    // Takes the node out and destroys it with its item. 0, or -3 for null.
+    // Takes the node out (as PullOut does, with what that keeps) and destroys it with its item. 0, or -3 for
+    // null.
     virtual int Remove(TCrossNode* pNode);
     // Takes the node out and hands it, with its item, to the caller. Null for null. Kept: the only node of a
     // plain list keeps its links, and its item goes on being found by GetNode until it is inserted or taken
@@ -151,7 +153,8 @@ public:
     // Reverses the order and clears the sorted flag. 0.
     virtual int Reverse();
     // Sorts by the items' own Comparar and sets the sorted flag. 0. The number of comparisons grows with the
-    // square of the count. Kept: equal items end in reversed order.
+    // square of the count. Kept: equal items end in reversed order; nodes without an item drop out of the
+    // list and are the caller's.
     virtual int Sort();
     // Kept: answers 0 for an empty list. On any other it ends in the invalid-argument exception, after nodes
     // that are still linked were appended once more: the list is then fit for nothing but its destruction.
@@ -173,7 +176,8 @@ public:
     // Forgets nodes and count, and sets the sorted flag. Kept: nodes and index are left alone.
     void Init();
     // Destroys all nodes with their items when `bEliminar` is not 0, then Init. Kept: with 0 the forgotten
-    // items go on being found by GetNode.
+    // items go on being found by GetNode, and otherwise the item of a plain list's first node, destroyed
+    // last: do not look up addresses of items that are gone.
     void Done(int bEliminar);
     // Calls the visitor with each item from first to last; answers its last result, 0 for an empty list, its
     // first negative result at once, or -5 when the indicator (null allowed) asks to stop. Kept: bit 0 of
@@ -194,14 +198,16 @@ protected:
         ~CMapaNodes();
 
         TCrossNode* Lookup(const TItem* pItem) const;
-        // Makes room for one more entry, so that the next SetAt cannot fail. Throws the memory exception.
-        void Reserve();
+        // Makes room for so many more entries, so that the next SetAt cannot fail. Throws the memory
+        // exception.
+        void Reserve(unsigned int nMore);
         void SetAt(const TItem* pItem, TCrossNode* pNode);
         void RemoveKey(const TItem* pItem);
         void RemoveAll();
         int GetCount() const { return static_cast<int>(m_nCount); }
-        // Marks that nodes are linked more than once; DestroyNodes then destroys each node of the index once.
-        void SetDoubled() { m_bDoubled = true; }
+        // Before nodes are linked more than once: holds each node of the chain once from now on, whatever it
+        // held. DestroyNodes then destroys them. Throws the memory exception, with nothing changed.
+        void Reset(TCrossNode* pFirst, int nNodes);
         bool IsDoubled() const { return m_bDoubled; }
         void DestroyNodes();
 
@@ -230,6 +236,7 @@ protected:
     int m_bSorted;
 
 private:
+    void appendClone(const TCrossNode* pNode);
     template <class Insert>
     TCrossNode* WithNode(TItem* pItem, Insert insert);
 };

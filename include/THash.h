@@ -119,7 +119,9 @@ public:
     // last entry of the chain, -1 for an empty one.
     int BuscarClau(const wchar_t* szClau, int& idx, int nLen) const;
     // Writes a key into slot `idx`: with -1 the text and its terminator (cut at 261 units), with a length at
-    // most 261 units and no terminator. The entry's place among the chains does not change; meant for `put`.
+    // most 261 units and no terminator. The slot must exist; it stays in the chain that it is in, and
+    // searches of that table walk the chains from then on. Meant for derived classes that lay out slots
+    // themselves.
     void CopyClau(const wchar_t* szClau, int idx, int nLen);
     // Adds `n` slots; -1 stands for a third of the slots that there are, at least 20. 0, or -1 when memory is
     // short. Kept: the number of slots is raised even then.

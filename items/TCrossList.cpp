@@ -1,5 +1,6 @@
 #include "TCrossList.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -100,12 +101,16 @@ TCrossNode* TCrossList::CMapaNodes::Lookup(const TItem* pItem) const {
     return m_pTable && pItem ? Find(pItem)->pNode : nullptr;
 }
 
-void TCrossList::CMapaNodes::Reserve() {
+void TCrossList::CMapaNodes::Reserve(unsigned int nMore) {
     const std::size_t places = m_pTable ? std::size_t{m_nMask} + 1 : 0;
-    if ((std::size_t{m_nCount} + 1) * 2 <= places) {
+    const std::size_t needed = (std::size_t{m_nCount} + nMore) * 2;
+    if (needed <= places) {
         return;
     }
-    const unsigned int shift = places ? m_nShift - 1 : 64 - kFirstPlacesLog2;
+    unsigned int shift = places ? m_nShift - 1 : 64 - kFirstPlacesLog2;
+    while ((std::size_t{1} << (64 - shift)) < needed) {
+        --shift;
+    }
     const std::size_t wanted = std::size_t{1} << (64 - shift);
     auto* table = static_cast<Lloc*>(std::calloc(wanted, sizeof(Lloc)));
     if (!table) {
@@ -124,7 +129,7 @@ void TCrossList::CMapaNodes::Reserve() {
 }
 
 void TCrossList::CMapaNodes::SetAt(const TItem* pItem, TCrossNode* pNode) {
-    Reserve();
+    Reserve(1);
     Lloc* place = Find(pItem);
     m_nCount += place->pItem ? 0 : 1;
     *place = {pItem, pNode};
@@ -149,6 +154,18 @@ void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
         m_pTable[at] = {};
         *home = entry;
     }
+}
+
+void TCrossList::CMapaNodes::Reset(TCrossNode* pFirst, int nNodes) {
+    Reserve(static_cast<unsigned int>(nNodes));
+    std::fill_n(m_pTable, std::size_t{m_nMask} + 1, Lloc{});
+    m_nCount = 0;
+    for (TCrossNode* node = pFirst; node && nNodes > 0; node = node->GetNext(), --nNodes) {
+        // A node without an item stands under its own address, which is no item's.
+        const TItem* own = reinterpret_cast<const TItem*>(node);
+        SetAt(node->GetItem() ? node->GetItem() : own, node);
+    }
+    m_bDoubled = true;
 }
 
 void TCrossList::CMapaNodes::DestroyNodes() {
@@ -182,9 +199,7 @@ TCrossList::TCrossList(const TCrossList* pLlista)
     m_bSorted = pLlista->m_bSorted;
     const TCrossNode* node = pLlista->GetFirst();
     for (int left = pLlista->m_nCount; left > 0 && node; --left, node = pLlista->GetNext(node)) {
-        std::unique_ptr<TCrossNode> clone(node->Duplicar());
-        InsertLast(clone.get());
-        static_cast<void>(clone.release());
+        appendClone(node);
     }
     m_bPropietari = pLlista->m_bPropietari;
 }
@@ -283,6 +298,15 @@ TCrossNode* TCrossList::InsertLast(TCrossNode* pNode) {
     return pNode ? LinkNodes(GetLast(), pNode, nullptr) : nullptr;
 }
 
+void TCrossList::appendClone(const TCrossNode* pNode) {
+    std::unique_ptr<TCrossNode> clone(pNode->Duplicar());
+    if (!clone) {
+        AfxThrowMemoryException();
+    }
+    InsertLast(clone.get());
+    static_cast<void>(clone.release());
+}
+
 // Hands a new node that holds `pItem` to `insert`; whatever is not inserted leaves the item to the caller.
 template <class Insert>
 TCrossNode* TCrossList::WithNode(TItem* pItem, Insert insert) {
@@ -334,7 +358,7 @@ TCrossNode* TCrossList::LinkNodes(TCrossNode* pPrev, TCrossNode* pNode, TCrossNo
     if (!pNode) {
         return nullptr;
     }
-    m_mapItems.Reserve(); // so that nothing is linked when there is no memory for the index
+    m_mapItems.Reserve(1); // so that nothing is linked when there is no memory for the index
     if (m_nCount <= 0) {
         m_pFirst = pNode;
         m_pLast = pNode;
@@ -469,13 +493,22 @@ int TCrossList::Reverse() {
         node = next;
     }
     std::swap(m_pFirst, m_pLast);
+    if (m_pFirst) {
+        // As if linked anew: the open ends of a ring's copy are joined.
+        m_pFirst->SetPrev(GetFirstPreviousNode());
+        m_pLast->SetNext(GetLastNextNode());
+    }
     m_bSorted = 0;
     return 0;
 }
 
 int TCrossList::Sort() {
     TCrossList sorted;
+    if (!IsEmpty()) {
+        sorted.m_mapItems.Reserve(static_cast<unsigned int>(m_nCount)); // or nothing is moved at all
+    }
     while (!IsEmpty()) {
+        // Kept: a node without an item is not placed, and drops out of the list.
         sorted.AddOrderedElem(PullOut(GetLast()));
     }
     const int result = Join(&sorted, nullptr);
@@ -513,7 +546,7 @@ int TCrossList::Sort(COMPARADOR pfnCmp, long lUser, TIndicadorEstat* pIE) {
     }
     // Kept: the nodes are still linked, so that each one appended raises the count that ends the loop, which
     // thus runs beyond the array.
-    m_mapItems.SetDoubled();
+    m_mapItems.Reset(GetFirst(), m_nCount);
     for (int i = 0; i < m_nCount; ++i) {
         if (i >= placed.GetSize()) {
             AfxThrowInvalidArgException();
@@ -531,12 +564,7 @@ int TCrossList::Concatenate(const TCrossList* pLlista, TCrossNode* pDesde) {
     const TCrossNode* last = pLlista->GetLast();
     const TCrossNode* node = pDesde ? pDesde : pLlista->GetFirst();
     for (; node; node = node == last ? nullptr : node->GetNext()) {
-        std::unique_ptr<TCrossNode> clone(node->Duplicar());
-        if (!clone) {
-            AfxThrowMemoryException();
-        }
-        InsertLast(clone.get());
-        static_cast<void>(clone.release());
+        appendClone(node);
     }
     return 0;
 }
@@ -549,7 +577,7 @@ int TCrossList::Join(TCrossList* pLlista, TCrossNode* pDesde) {
     TCrossNode* node = pDesde ? pDesde : pLlista->GetFirst();
     while (node) {
         TCrossNode* next = node == last ? nullptr : node->GetNext();
-        m_mapItems.Reserve(); // a node is taken out only when there is room for it here
+        m_mapItems.Reserve(1); // a node is taken out only when there is room for it here
         InsertLast(pLlista->PullOut(node));
         node = next;
     }

@@ -21,12 +21,14 @@ constexpr unsigned int kKeyUnits = 261; // what a slot keeps of a key, the termi
 constexpr unsigned int kLongChain = 8;  // a chain beyond this length brings the index into being
 constexpr unsigned int kMinGrowth = 20;
 
+// Whether the size of `count` elements behind a header can be told.
+bool Fits(std::size_t header, std::size_t count, std::size_t size) {
+    return count <= (std::numeric_limits<std::size_t>::max() - header) / size;
+}
+
 // Blocks of `count` elements behind a header; null when the size cannot be had or told.
 void* AllocateArray(std::size_t header, std::size_t count, std::size_t size) {
-    if (count > (std::numeric_limits<std::size_t>::max() - header) / size) {
-        return nullptr;
-    }
-    return std::malloc(std::max<std::size_t>(header + count * size, 1));
+    return Fits(header, count, size) ? std::malloc(std::max<std::size_t>(header + count * size, 1)) : nullptr;
 }
 
 std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
@@ -171,7 +173,8 @@ struct THash::Ocult {
     Lloc* pIndex;             // null until a chain has grown long
     unsigned int nMask;
     unsigned int nUsed; // places that are not kUnused
-    bool bNoMemory;     // the index could not be had: not tried again
+    bool bNoIndex;      // it could not be had, or keys were rewritten in their slots: not tried again
+    bool bRewritten;    // a slot may hold a key of another bucket
 
     unsigned int* Last(const THash& table) { return table.m_pBuckets + table.m_nBuckets; }
 
@@ -265,7 +268,7 @@ int THash::init(unsigned int n) {
         std::free(before);
         return -1;
     }
-    auto* o = new (block) Ocult{n, 0, 0, before, nullptr, 0, 0, false};
+    auto* o = new (block) Ocult{n, 0, 0, before, nullptr, 0, 0, false, false};
     m_pBuckets = reinterpret_cast<unsigned int*>(o + 1);
     m_pEntrades = entries;
     std::fill_n(m_pBuckets, 2 * static_cast<std::size_t>(m_nBuckets), kNone);
@@ -291,7 +294,7 @@ int THash::Ampliar(int n) {
     if (added == 0) {
         return o ? 0 : -1;
     }
-    if (!o || wraps || total > std::numeric_limits<std::size_t>::max() / sizeof(ENTRADA)) {
+    if (!o || wraps || !Fits(0, total, sizeof(ENTRADA))) {
         return -1;
     }
     auto* before = static_cast<unsigned int*>(std::realloc(o->pAnterior, total * sizeof(unsigned int)));
@@ -376,7 +379,7 @@ int THash::BuscarClau(const wchar_t* szClau, int& idx, int nLen) const {
         return -1;
     }
     const Clau key(szClau, nLen);
-    const bool elsewhere = key.whole && key.sum % m_nBuckets != bucket;
+    const bool elsewhere = !o->bRewritten && key.whole && key.sum % m_nBuckets != bucket;
     const unsigned int slot = elsewhere ? kNone : Trobar(key, bucket);
     if (slot == kNone) {
         return static_cast<int>(o->Last(*this)[bucket]);
@@ -392,6 +395,11 @@ void THash::Escriure(unsigned int slot, const Clau& key) {
 
 void THash::CopyClau(const wchar_t* szClau, int idx, int nLen) {
     Escriure(static_cast<unsigned int>(idx), Clau(szClau, nLen));
+    // The slot stays in its chain whatever its key now is: only a walk finds what stands there.
+    Ocult* o = ocult();
+    o->DropIndex();
+    o->bNoIndex = true;
+    o->bRewritten = true;
 }
 
 // Makes the index anew with room for as many keys and more. Without memory for it the table goes on without.
@@ -405,7 +413,7 @@ void THash::CrearIndex(unsigned int nElements) {
     auto* index = static_cast<Ocult::Lloc*>(AllocateArray(0, places, sizeof(Ocult::Lloc)));
     if (!index) {
         o->DropIndex();
-        o->bNoMemory = true;
+        o->bNoIndex = true;
         return;
     }
     std::memset(index, 0xFF, places * sizeof(Ocult::Lloc));
@@ -419,10 +427,11 @@ void THash::CrearIndex(unsigned int nElements) {
             o->Add(old[i].hash, old[i].slot);
         }
     }
-    for (unsigned int slot = 0; !old && slot < o->nSlots; ++slot) {
-        if (o->pAnterior[slot] != Ocult::kFree) {
+    for (unsigned int bucket = 0; !old && bucket < m_nBuckets; ++bucket) {
+        for (unsigned int slot = m_pBuckets[bucket]; slot != kNone; slot = m_pEntrades[slot].nSeguent) {
             const Clau key(m_pEntrades[slot].szClau, m_pEntrades[slot].nLen);
-            if (key.whole) {
+            // A key that was cut when it was stored stands in the bucket of the whole one.
+            if (key.whole && key.sum % m_nBuckets == bucket) {
                 o->Add(key.Hash(), slot);
             }
         }
@@ -479,7 +488,7 @@ int THash::Desar(TItem* pItem, const Clau& key, TItem** ppVell) {
         if (o->pIndex) {
             o->Add(key.Hash(), slot);
         }
-    } else if (!o->pIndex && !o->bNoMemory) {
+    } else if (!o->pIndex && !o->bNoIndex) {
         unsigned int steps = 0;
         for (unsigned int at = slot; at != kNone && steps <= kLongChain; at = o->pAnterior[at]) {
             ++steps;
@@ -520,7 +529,7 @@ int THash::del(const wchar_t* szClau, int nLen) {
         return kAbsent;
     }
     const bool own = text.sum % m_nBuckets == bucket;
-    const unsigned int slot = own || o->nWithLength ? TrobarText(text, bucket) : kNone;
+    const unsigned int slot = own || o->nWithLength || o->bRewritten ? TrobarText(text, bucket) : kNone;
     if (slot == kNone) {
         return kAbsent;
     }

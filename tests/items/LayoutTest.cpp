@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "TArbre.h"
+#include "TCrossList.h"
+#include "THash.h"
 #include "TLlista.h"
 #include "TTaula.h"
 
@@ -220,4 +222,65 @@ TEST(Layout, TableFactoryFollowsTheItemSlots) {
     EXPECT_EQ(Slot(&TTaula::EsBuit), 3);
     EXPECT_EQ(Slot(&TTaula::_CrearItem), 8);
     EXPECT_EQ(Slot(&TTaulaBool::_CrearItem), 8);
+}
+
+TEST(Layout, HashTableAddsNoSlots) {
+    EXPECT_EQ(Slot(&THash::Duplicar), 1);
+    EXPECT_EQ(Slot(&THash::GetRTTI), 2);
+    EXPECT_EQ(Slot(&THash::EsBuit), 3);
+    EXPECT_EQ(Slot(&THashItem::Duplicar), 1);
+    EXPECT_EQ(Slot(&THashItem::GetRTTI), 2);
+}
+
+TEST(Layout, CrossNodeHasOneSlotBehindItsDestructor) {
+    EXPECT_EQ(Slot(&TCrossNode::Duplicar), 1);
+    EXPECT_EQ(sizeof(TCrossNode), 4 * sizeof(void*));
+}
+
+TEST(Layout, CrossListSlotsFollowTheItemSlots) {
+    using Node = TCrossNode;
+    using InsertNode = Node* (TCrossList::*)(Node*, Node*);
+    using InsertItem = Node* (TCrossList::*)(TItem*, TItem*);
+    using EndNode = Node* (TCrossList::*)(Node*);
+    using EndItem = Node* (TCrossList::*)(TItem*);
+    using SortWith = int (TCrossList::*)(TCrossList::COMPARADOR, long, TIndicadorEstat*);
+    EXPECT_EQ(Slot(&TCrossList::Duplicar), 1);
+    EXPECT_EQ(Slot(&TCrossList::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TCrossList::EsBuit), 3);
+    EXPECT_EQ(Slot(&TCrossList::IsEmpty), 8);
+    EXPECT_EQ(Slot(&TCrossList::GetNode), 9);
+    EXPECT_EQ(Slot(&TCrossList::GetFirst), 10);
+    EXPECT_EQ(Slot(&TCrossList::GetLast), 11);
+    EXPECT_EQ(Slot(&TCrossList::GetPrev), 12);
+    EXPECT_EQ(Slot(&TCrossList::GetNext), 13);
+    EXPECT_EQ(Slot(static_cast<InsertNode>(&TCrossList::InsertAfter)), 14);
+    EXPECT_EQ(Slot(static_cast<InsertItem>(&TCrossList::InsertAfter)), 15);
+    EXPECT_EQ(Slot(static_cast<InsertNode>(&TCrossList::InsertBefore)), 16);
+    EXPECT_EQ(Slot(static_cast<InsertItem>(&TCrossList::InsertBefore)), 17);
+    EXPECT_EQ(Slot(static_cast<EndNode>(&TCrossList::InsertFirst)), 18);
+    EXPECT_EQ(Slot(static_cast<EndItem>(&TCrossList::InsertFirst)), 19);
+    EXPECT_EQ(Slot(static_cast<EndNode>(&TCrossList::InsertLast)), 20);
+    EXPECT_EQ(Slot(static_cast<EndItem>(&TCrossList::InsertLast)), 21);
+    EXPECT_EQ(Slot(&TCrossList::ExChangePositions), 22);
+    EXPECT_EQ(Slot(&TCrossList::LinkNodes), 23);
+    EXPECT_EQ(Slot(&TCrossList::Remove), 24);
+    EXPECT_EQ(Slot(&TCrossList::PullOut), 25);
+    EXPECT_EQ(Slot(&TCrossList::GetFirstPreviousNode), 26);
+    EXPECT_EQ(Slot(&TCrossList::GetLastNextNode), 27);
+    EXPECT_EQ(Slot(&TCrossList::Reverse), 28);
+    EXPECT_EQ(Slot(static_cast<int (TCrossList::*)()>(&TCrossList::Sort)), 29);
+    EXPECT_EQ(Slot(static_cast<SortWith>(&TCrossList::Sort)), 30);
+    EXPECT_EQ(Slot(&TCrossList::Concatenate), 31);
+    EXPECT_EQ(Slot(&TCrossList::Join), 32);
+    EXPECT_EQ(Slot(static_cast<EndNode>(&TCrossList::AddOrderedElem)), 33);
+    EXPECT_EQ(Slot(static_cast<EndItem>(&TCrossList::AddOrderedElem)), 34);
+    EXPECT_EQ(Slot(&TCrossList::IsSorted), 35);
+}
+
+TEST(Layout, RingKeepsTheCrossListSlots) {
+    EXPECT_EQ(Slot(&TCircularCrossList::GetRTTI), 2);
+    EXPECT_EQ(Slot(&TCircularCrossList::ExChangePositions), 22);
+    EXPECT_EQ(Slot(&TCircularCrossList::PullOut), 25);
+    EXPECT_EQ(Slot(&TCircularCrossList::GetFirstPreviousNode), 26);
+    EXPECT_EQ(Slot(&TCircularCrossList::GetLastNextNode), 27);
 }

@@ -32,6 +32,11 @@ int Value(const TItem* item) {
     return item ? static_cast<const LiveItem*>(item)->Value() : -1;
 }
 
+int __stdcall NeverCalled(TItem*, int, long) {
+    ADD_FAILURE();
+    return -1;
+}
+
 template <class List>
 class CrossListTest : public testing::Test {
 protected:
@@ -109,11 +114,7 @@ TYPED_TEST(CrossListTest, EmptyList) {
     EXPECT_EQ(this->list.GetLast(), nullptr);
     EXPECT_EQ(this->list.GetNext(nullptr), nullptr);
     EXPECT_EQ(this->list.GetPrev(nullptr), nullptr);
-    const auto fail = [](TItem*, int, long) -> int {
-        ADD_FAILURE();
-        return -1;
-    };
-    EXPECT_EQ(this->list.Process(fail, 0, 0, nullptr), 0);
+    EXPECT_EQ(this->list.Process(&NeverCalled, 0, 0, nullptr), 0);
 }
 
 TYPED_TEST(CrossListTest, InsertionAtEveryPlaceKeepsTheChain) {
@@ -649,6 +650,89 @@ TEST_F(TCrossListTest, ExchangingANodeWithItselfChangesNothing) {
     EXPECT_EQ(Values(), (Ints{1, 2}));
 }
 
+TEST_F(TCircularCrossListTest, ReversingACopyWithOpenEndsJoinsThem) {
+    Fill({1, 2, 3});
+    TCircularCrossList copy(&list);
+    copy.Reverse();
+    EXPECT_EQ(ValuesOf(copy), (Ints{3, 2, 1}));
+}
+
+TEST_F(TCircularCrossListTest, SortingACopyWithOpenEndsJoinsThem) {
+    Fill({3, 1, 2});
+    TCircularCrossList copy(&list);
+    copy.Sort();
+    EXPECT_EQ(ValuesOf(copy), (Ints{1, 2, 3}));
+}
+
+TYPED_TEST(CrossListTest, SortDropsNodesWithoutItems) {
+    const std::unique_ptr<TCrossNode> first(this->list.InsertLast(static_cast<TItem*>(nullptr)));
+    const std::unique_ptr<TCrossNode> second(this->list.InsertLast(static_cast<TItem*>(nullptr)));
+    EXPECT_EQ(this->list.Sort(), 0);
+    EXPECT_EQ(this->list.Cnt(), 0);
+}
+
+TYPED_TEST(CrossListTest, SortWithoutMemoryMovesNothing) {
+    this->Fill({3, 1, 2});
+    for (int i = 4; i < 100; ++i) {
+        this->list.InsertLast(new LiveItem(i));
+    }
+    const Ints values = this->Values();
+    const int failures = FailEachAllocation([&] {
+        try {
+            this->list.Sort();
+        } catch (CMemoryException* error) {
+            error->Delete();
+            EXPECT_EQ(this->Values(), values);
+        }
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(this->list.IsSorted(), 1);
+    EXPECT_EQ(this->list.Cnt(), 99);
+}
+
+TYPED_TEST(CrossListTest, CopyWithoutMemoryThrowsOrIsNullAndLeaksNothing) {
+    this->Fill({1, 2, 3});
+    const int failures = FailEachAllocation([&] {
+        bool thrown = false;
+        std::unique_ptr<TItem> copy;
+        try {
+            copy.reset(this->list.Duplicar());
+        } catch (CMemoryException* error) {
+            error->Delete();
+            thrown = true;
+        }
+        if (copy) {
+            EXPECT_FALSE(thrown);
+            EXPECT_EQ(static_cast<TCrossList*>(copy.get())->Cnt(), 3);
+        }
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(LiveItem::Count(), this->before + 3);
+}
+
+// Entries of the index that no node of the list stands for any more must not be destroyed with it.
+TEST_F(TCrossListTest, FailedComparatorSortDestroysOnlyTheListsOwnNodes) {
+    TCrossNode* gone = list.InsertLast(new LiveItem(7));
+    ASSERT_EQ(list.PullOut(gone), gone); // its entry stays
+    delete gone;
+    Fill({1, 2});
+    TCrossNode* later = list.InsertLast(new TCrossNode);
+    later->SetItem(new LiveItem(3)); // never indexed
+    list.InsertLast(new TCrossNode);
+    Comparison comparison;
+    comparison.answer = 1;
+    bool caught = false;
+    try {
+        list.Sort(&Comparison::Call, reinterpret_cast<long>(&comparison), nullptr);
+    } catch (CInvalidArgException* error) {
+        caught = true;
+        error->Delete();
+    }
+    EXPECT_TRUE(caught);
+    list.Done(1);
+    EXPECT_EQ(LiveItem::Count(), before);
+}
+
 // --- nodes ---
 
 TEST(TCrossNodeTest, CopiesByReferenceShareAndByPointerClone) {
@@ -696,9 +780,19 @@ TEST(TCrossNodeTest, NeighboursItems) {
 TEST(TCrossNodeTest, DuplicarIsNullWithoutMemory) {
     TCrossNode node;
     node.SetItem(new TInt(5));
+    // The pools hold blocks in store: they have to be used up before an allocation is asked for.
+    std::vector<std::unique_ptr<TCrossNode>> clones;
     FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
-    std::unique_ptr<TCrossNode> clone(node.Duplicar());
-    EXPECT_TRUE(!clone || !clone->GetItem() || clone->GetItem() != node.GetItem());
+    while (failure.Failed() == 0 && clones.size() < 100000) {
+        clones.emplace_back(node.Duplicar());
+    }
+    ASSERT_GT(failure.Failed(), 0);
+    EXPECT_TRUE(!clones.back() || !clones.back()->GetItem()) << "without a node, or a node without the item";
+    clones.pop_back();
+    for (const auto& clone : clones) {
+        ASSERT_NE(clone, nullptr);
+        ASSERT_NE(clone->GetItem(), nullptr);
+    }
 }
 
 TEST(TCrossListRecords, RingDoesNotPassForAList) {

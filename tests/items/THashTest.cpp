@@ -257,6 +257,46 @@ TEST_F(THashTest, CopyClauWritesAtMost261Units) {
     EXPECT_EQ(table.Key(2), u"abxt");
 }
 
+// What BuscarClau compares is what stands in the slots, in long chains too.
+TEST_F(THashTest, RewrittenKeyIsFoundInItsChain) {
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(Put(L"k" + std::to_wstring(100 + i), i), 0);
+    }
+    int at = table.clau(L"k123", -1);
+    const int bucket = at;
+    table.BuscarClau(L"k123", at, -1);
+    ASSERT_EQ(at, 23);
+    table.CopyClau(L"k132", at, -1); // of the same bucket
+    EXPECT_EQ(Get(L"k123"), -1);
+    at = bucket;
+    table.BuscarClau(L"k132", at, -1);
+    EXPECT_EQ(at, 23) << "the first of the chain that holds the text";
+    table.CopyClau(L"other", 23, -1);
+    at = bucket;
+    table.BuscarClau(L"other", at, -1);
+    EXPECT_EQ(at, 23);
+    EXPECT_EQ(Get(L"k132"), 32);
+    EXPECT_EQ(table.length(), 100u);
+}
+
+// A key that was cut to what a slot holds stays in the bucket of the whole key, and must not be unlinked from
+// another.
+TEST_F(THashTest, CutKeyIsNotTakenForItsBeginning) {
+    const std::wstring cut = std::wstring(262, L'y');
+    ASSERT_EQ(Put(cut, 1000), 0);
+    for (int i = 0; i < 200; ++i) { // long chains bring an index into being
+        ASSERT_EQ(Put(L"k" + std::to_wstring(i), i), 0);
+    }
+    const std::wstring beginning(261, L'y');
+    ASSERT_NE(table.clau(cut.c_str(), -1), table.clau(beginning.c_str(), -1));
+    EXPECT_EQ(Get(beginning), -1);
+    EXPECT_EQ(table.del(beginning.c_str()), -1402);
+    EXPECT_EQ(table.length(), 201u);
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_EQ(Get(L"k" + std::to_wstring(i)), i);
+    }
+}
+
 TEST_F(THashTest, LongestKeysAreStoredWholeAndLongerOnesStayInside) {
     const std::wstring longest(261, L'x');
     const std::wstring tooLong(1000, L'x');
