@@ -1,5 +1,7 @@
 #include "items/SmallBlocks.h"
 
+#include "items/AtThreadEnd.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -9,7 +11,14 @@
 
 namespace mvlib::blocks {
 
-constinit thread_local ThreadCache t_cache{};
+namespace {
+
+constinit ThreadCache g_noCache{}; // stays as it is
+constinit ThreadCache g_firstCache{};
+
+} // namespace
+
+constinit thread_local ThreadCache* t_cache = &g_noCache;
 
 namespace {
 
@@ -84,41 +93,51 @@ bool CarveLocked(SharedPool& pool, std::size_t index, char*& begin, char*& end) 
     return true;
 }
 
-// Gives the thread's blocks to the shared pools when the thread ends.
-class ThreadEnd {
-public:
-    ThreadEnd() {
-        for (std::size_t index = 0; index < CLASSES; ++index)
-            t_cache.lists[index].limit = BatchLimit(index);
-    }
-    ~ThreadEnd() {
-        for (std::size_t index = 0; index < CLASSES; ++index) {
-            ThreadList& list = t_cache.lists[index];
-            FreeBlock* fresh = nullptr;
-            for (; list.fresh != list.freshEnd; list.fresh += (index + 1) * GRAIN) {
-                auto* block = reinterpret_cast<FreeBlock*>(list.fresh);
-                block->next = fresh;
-                fresh = block;
-            }
-            GiveBatch(g_pools[index], fresh);
-            GiveBatch(g_pools[index], list.head);
-            GiveBatch(g_pools[index], list.reserve);
-            list = ThreadList{};
-        }
-        s_ended = true;
-    }
-    // False once the thread's blocks have been given back: destructors that run later use the shared pools.
-    static bool Register() {
-        if (s_ended)
-            return false;
-        thread_local ThreadEnd atThreadEnd;
-        return true;
-    }
+// Whether the thread's blocks have been given back: destructors that run later use the shared pools.
+constinit thread_local bool t_ended = false;
 
-private:
-    static constinit thread_local bool s_ended;
-};
-constinit thread_local bool ThreadEnd::s_ended = false;
+// Gives the thread's blocks to the shared pools when the thread ends. Reaches them by the argument alone.
+void _GLIBCXX_CDTOR_CALLABI EndThread(void* memory) {
+    auto* cache = static_cast<ThreadCache*>(memory);
+    t_cache = &g_noCache;
+    t_ended = true;
+    for (std::size_t index = 0; index < CLASSES; ++index) {
+        ThreadList& list = cache->lists[index];
+        FreeBlock* fresh = nullptr;
+        for (; list.fresh != list.freshEnd; list.fresh += (index + 1) * GRAIN) {
+            auto* block = reinterpret_cast<FreeBlock*>(list.fresh);
+            block->next = fresh;
+            fresh = block;
+        }
+        GiveBatch(g_pools[index], fresh);
+        GiveBatch(g_pools[index], list.head);
+        GiveBatch(g_pools[index], list.reserve);
+    }
+    if (cache != &g_firstCache)
+        std::free(cache);
+}
+
+// The thread's own cache; null once it has been given back, or without memory for it.
+ThreadCache* OwnCache() {
+    if (t_cache != &g_noCache)
+        return t_cache;
+    if (t_ended)
+        return nullptr;
+    // The first thread's cache takes no memory: as a rule it is the only one.
+    static constinit std::atomic_flag firstTaken;
+    const bool first = !firstTaken.test_and_set();
+    auto* cache = first ? &g_firstCache : static_cast<ThreadCache*>(std::calloc(1, sizeof(ThreadCache)));
+    if (cache == nullptr)
+        return nullptr;
+    for (std::size_t index = 0; index < CLASSES; ++index)
+        cache->lists[index].limit = BatchLimit(index);
+    if (!AtThreadEnd(&EndThread, cache)) {
+        if (!first)
+            std::free(cache);
+        return nullptr;
+    }
+    return t_cache = cache;
+}
 
 void* AllocateShared(std::size_t index) {
     SharedPool& pool = g_pools[index];
@@ -141,9 +160,10 @@ void* AllocateShared(std::size_t index) {
 } // namespace
 
 void* AllocateSlowly(std::size_t index) noexcept {
-    if (!ThreadEnd::Register())
+    ThreadCache* cache = OwnCache();
+    if (cache == nullptr)
         return AllocateShared(index);
-    ThreadList& list = t_cache.lists[index];
+    ThreadList& list = cache->lists[index];
     SharedPool& pool = g_pools[index];
     FreeBlock* batch = list.reserve;
     list.reserve = nullptr;
@@ -172,11 +192,12 @@ void* AllocateSlowly(std::size_t index) noexcept {
 void FreeSlowly(void* block, std::size_t index) noexcept {
     auto* freed = static_cast<FreeBlock*>(block);
     freed->next = nullptr;
-    if (!ThreadEnd::Register()) {
+    ThreadCache* cache = OwnCache();
+    if (cache == nullptr) {
         GiveBatch(g_pools[index], freed);
         return;
     }
-    ThreadList& list = t_cache.lists[index];
+    ThreadList& list = cache->lists[index];
     if (list.count >= list.limit) {
         GiveBatch(g_pools[index], list.reserve);
         list.reserve = list.head;

@@ -24,7 +24,7 @@ constexpr std::size_t LARGEST = CLASSES * GRAIN;
 struct ThreadList {
     FreeBlock* head;
     int count;
-    int limit; // 0: the thread is not known yet, or has already given its lists back
+    int limit; // 0 in the cache of threads that are not known
     FreeBlock* reserve;
     char* fresh;
     char* freshEnd;
@@ -34,7 +34,10 @@ struct ThreadCache {
     ThreadList lists[CLASSES];
 };
 
-extern constinit thread_local ThreadCache t_cache;
+// Never null: a thread that is not known yet has a cache with nothing in it and no room. Behind a pointer,
+// because what a thread keeps must outlive its thread-local variables: their memory is not there any more on
+// Windows when the end of the thread is told.
+extern constinit thread_local ThreadCache* t_cache;
 
 void* AllocateSlowly(std::size_t index) noexcept;
 void FreeSlowly(void* block, std::size_t index) noexcept;
@@ -44,7 +47,7 @@ bool FreeOfUnknownSize(void* block) noexcept;
 // `bytes` is 1 to LARGEST in both. Null when there is no memory.
 inline void* Allocate(std::size_t bytes) noexcept {
     const std::size_t index = (bytes - 1) / GRAIN;
-    ThreadList& list = t_cache.lists[index];
+    ThreadList& list = t_cache->lists[index];
     if (FreeBlock* block = list.head) {
         list.head = block->next;
         --list.count;
@@ -60,7 +63,7 @@ inline void* Allocate(std::size_t bytes) noexcept {
 
 inline void Free(void* block, std::size_t bytes) noexcept {
     const std::size_t index = (bytes - 1) / GRAIN;
-    ThreadList& list = t_cache.lists[index];
+    ThreadList& list = t_cache->lists[index];
     if (list.count >= list.limit) {
         FreeSlowly(block, index);
         return;

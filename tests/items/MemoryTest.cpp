@@ -33,14 +33,14 @@ bool ThrowsMemoryException(Operation operation) {
     return false;
 }
 
-// Clones until the pools are empty and no clone comes any more. The item itself is the caller's.
+// Clones until the pools are empty and no clone comes any more: null for want of an item, or the memory
+// exception for want of what the item holds. The item itself is the caller's.
 bool CloningEnds(const TItem& item) {
     std::vector<std::unique_ptr<TItem>> clones;
-    clones.reserve(100000);
+    clones.reserve(4000000); // tests of deep structures leave a million blocks in the pools
     const FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
     while (clones.size() < clones.capacity()) {
-        clones.emplace_back(item.Duplicar());
-        if (clones.back() == nullptr)
+        if (ThrowsMemoryException([&] { clones.emplace_back(item.Duplicar()); }) || clones.back() == nullptr)
             return true;
     }
     return false;
