@@ -66,5 +66,6 @@
 #include "posix/api/time.h"
 #include "posix/api/user.h"
 #include "posix/api/versions.h"
+#include "posix/api/window_messages.h"
 
 #endif
