@@ -15,6 +15,7 @@
 #include "TArbre.h"
 #include "TComptaTemps.h"
 #include "TCrossList.h"
+#include "TDDEInterface.h"
 #include "THash.h"
 #include "TIndicadorEstat.h"
 #include "TItem.h"
