@@ -13,6 +13,7 @@
 #include "Idioma.h"
 #include "ItemRanges.h"
 #include "TArbre.h"
+#include "TBlocOpcions.h"
 #include "TComptaTemps.h"
 #include "TCrossList.h"
 #include "TDDEInterface.h"
