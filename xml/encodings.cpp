@@ -23,8 +23,8 @@ bool IsTail(unsigned char byte) {
     return (byte & 0xC0) == 0x80;
 }
 
-// One sequence of several bytes; `bytes` is followed by zeros or more text. Answers its length, 0 when it is
-// malformed.
+} // namespace
+
 int DecodeSequence(const unsigned char* bytes, unsigned int& character) {
     unsigned int first = bytes[0];
     if (first >= 0xC2 && first <= 0xDF && IsTail(bytes[1])) {
@@ -43,68 +43,33 @@ int DecodeSequence(const unsigned char* bytes, unsigned int& character) {
     return 0;
 }
 
-#if defined(__SSE2__)
-// Writes 16 units from 16 bytes below 128.
-void Widen(__m128i bytes, wchar_t* target) {
-    __m128i zero = _mm_setzero_si128();
-    __m128i low = _mm_unpacklo_epi8(bytes, zero);
-    __m128i high = _mm_unpackhi_epi8(bytes, zero);
-    __m128i* out = reinterpret_cast<__m128i*>(target);
-    if (WideIsUtf16) {
-        _mm_storeu_si128(out, low);
-        _mm_storeu_si128(out + 1, high);
-    } else {
-        _mm_storeu_si128(out, _mm_unpacklo_epi16(low, zero));
-        _mm_storeu_si128(out + 1, _mm_unpackhi_epi16(low, zero));
-        _mm_storeu_si128(out + 2, _mm_unpacklo_epi16(high, zero));
-        _mm_storeu_si128(out + 3, _mm_unpackhi_epi16(high, zero));
-    }
-}
-#endif
-
-// Well-formed UTF-8 up to its end or a NUL into a buffer of a unit a byte. Null when it is malformed, as the
-// system alone says what becomes of that.
-wchar_t* DecodeUtf8(const unsigned char* bytes, std::size_t size, wchar_t* target) {
+bool IsWellFormed(const unsigned char* bytes, std::size_t size) {
     const unsigned char* end = bytes + size;
     for (;;) {
 #if defined(__SSE2__)
         while (end - bytes >= 16) {
-            __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-            int special = _mm_movemask_epi8(_mm_or_si128(block, _mm_cmpeq_epi8(block, _mm_setzero_si128())));
-            Widen(block, target);
+            Vector block = Load(bytes);
+            unsigned int special = Bits(Any(block, Units<1>{block}.Equal(0)));
             if (special) {
-                int plain = __builtin_ctz(static_cast<unsigned int>(special));
-                bytes += plain;
-                target += plain;
+                bytes += FirstHit<unsigned char>(special);
                 break;
             }
             bytes += 16;
-            target += 16;
         }
 #endif
         if (bytes == end || !*bytes)
-            break;
+            return true;
         if (*bytes < 0x80) {
-            *target++ = *bytes++;
+            ++bytes;
             continue;
         }
         unsigned int character;
         int length = DecodeSequence(bytes, character);
-        if (!length || length > end - bytes)
-            return nullptr;
+        if (!length)
+            return false;
         bytes += length;
-        if (WideIsUtf16 && character > 0xFFFF) {
-            *target++ = static_cast<wchar_t>(0xD7C0 + (character >> 10));
-            *target++ = static_cast<wchar_t>(0xDC00 + (character & 0x3FF));
-        } else {
-            *target++ = static_cast<wchar_t>(character);
-        }
     }
-    *target = 0;
-    return target;
 }
-
-} // namespace
 
 wchar_t* TextFromBytes(const unsigned char* bytes, std::size_t size, int encoding, bool& exhausted) {
     exhausted = false;
@@ -116,14 +81,12 @@ wchar_t* TextFromBytes(const unsigned char* bytes, std::size_t size, int encodin
         return nullptr;
     }
     bool utf8 = encoding == 1;
-    if (!utf8 || !DecodeUtf8(bytes, size, text)) {
-        const char* source = reinterpret_cast<const char*>(bytes);
-        // Malformed bytes may become a unit each, and a NUL goes with them.
-        int written =
-            MultiByteToWideChar(utf8 ? CP_UTF8 : CP_ACP, utf8 ? 0 : MB_PRECOMPOSED, source,
-                                static_cast<int>(strnlen(source, size)), text, static_cast<int>(size));
-        text[written > 0 ? written : 0] = 0;
-    }
+    const char* source = reinterpret_cast<const char*>(bytes);
+    int length = static_cast<int>(strnlen(source, size));
+    int written =
+        length ? MultiByteToWideChar(utf8 ? CP_UTF8 : CP_ACP, utf8 ? 0 : MB_PRECOMPOSED, source, length, text, length)
+               : 0;
+    text[written > 0 ? written : 0] = 0;
     if (*text)
         return text;
     std::free(text);

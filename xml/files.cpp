@@ -1,7 +1,9 @@
 #include "XMLNode.h"
 
 #include "win32.h"
+#include "xml/blocks.h"
 #include "xml/encodings.h"
+#include "xml/parse.h"
 #include "xml/render.h"
 #include "xml/tables.h"
 
@@ -54,11 +56,12 @@ private:
     HANDLE m_handle;
 };
 
-// The text of a file's bytes, behind which lie four zeros; null with the error.
-wchar_t* TextOfFile(const unsigned char* bytes, std::size_t size, XMLError& error) {
+// Parses a file's bytes, behind which lie four zeros.
+XMLNode ParseBytes(const unsigned char* bytes, std::size_t size, const wchar_t* tag, XMLResults* results) {
+    const mvxml::Options& options = mvxml::CurrentOptions;
     bool exhausted = false;
     wchar_t* text = nullptr;
-    if (!mvxml::CurrentOptions.guessWideChars) {
+    if (!options.guessWideChars) {
         text = mvxml::TextFromUtf16(bytes, size);
         exhausted = !text;
     } else if (IsTextUnicode(bytes, static_cast<int>(size), nullptr)) {
@@ -71,11 +74,20 @@ wchar_t* TextOfFile(const unsigned char* bytes, std::size_t size, XMLError& erro
     } else {
         bool marked = size >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF;
         std::size_t skip = marked ? 3 : 0;
-        text = mvxml::TextFromBytes(bytes + skip, size - skip, mvxml::CurrentOptions.encoding, exhausted);
+        bytes += skip;
+        size -= skip;
+        // UTF-8 is parsed as it is; what is malformed becomes what the system makes of it.
+        if (*bytes && options.encoding == XMLNode::encoding_UTF8 && mvxml::IsWellFormed(bytes, size))
+            return mvxml::ParseText(bytes, tag, results);
+        text = mvxml::TextFromBytes(bytes, size, options.encoding, exhausted);
     }
-    if (!text)
-        error = exhausted ? XMLERROR_NO_DATA : XMLERROR_CONVERSION;
-    return text;
+    if (!text) {
+        results->error = exhausted ? XMLERROR_NO_DATA : XMLERROR_CONVERSION;
+        return XMLNode();
+    }
+    XMLNode node = mvxml::ParseText(static_cast<const wchar_t*>(text), tag, results);
+    freeXMLString(text);
+    return node;
 }
 
 // What an 8-bit program shows of a text: characters that the system's code page lacks are replaced.
@@ -115,6 +127,7 @@ XMLNode XMLNode::parseFile(const wchar_t* fileName, const wchar_t* tag, XMLResul
     *results = {XMLERROR_FILE_NOT_FOUND, 0, 0};
     unsigned char* bytes;
     std::size_t size;
+    std::size_t room;
     {
         File file(fileName, GENERIC_READ, OPEN_EXISTING);
         if (!file.IsOpen())
@@ -128,18 +141,14 @@ XMLNode XMLNode::parseFile(const wchar_t* fileName, const wchar_t* tag, XMLResul
             return XMLNode();
         }
         size = static_cast<std::size_t>(length);
-        bytes = static_cast<unsigned char*>(std::malloc(size + 4));
+        bytes = static_cast<unsigned char*>(mvxml::TakeBlock(size + 4, room));
         if (!bytes)
             return XMLNode();
         size = file.Read(bytes, size);
         std::memset(bytes + size, 0, 4);
     }
-    wchar_t* text = size ? TextOfFile(bytes, size, results->error) : nullptr;
-    std::free(bytes);
-    if (!text)
-        return XMLNode();
-    XMLNode node = parseString(text, tag, results);
-    std::free(text);
+    XMLNode node = size ? ParseBytes(bytes, size, tag, results) : XMLNode();
+    mvxml::GiveBlock(bytes, room);
     return node;
 }
 

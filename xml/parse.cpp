@@ -1,3 +1,6 @@
+#include "xml/parse.h"
+
+#include "xml/encodings.h"
 #include "xml/parser.h"
 
 #include <algorithm>
@@ -13,11 +16,12 @@ struct Place {
 };
 
 // Lines and columns count from 1, columns in UTF-16 units.
-Place PlaceOf(const wchar_t* text, const wchar_t* position) {
+template <class Unit>
+Place PlaceOf(const Unit* text, const Unit* position) {
     long long line = 1;
     long long column = 1;
-    for (const wchar_t* p = text; p < position; ++p) {
-        if (*p == L'\n') {
+    for (const Unit* p = text; p < position; ++p) {
+        if (*p == '\n') {
             ++line;
             column = 1;
         } else {
@@ -53,21 +57,17 @@ bool IsFatal(XMLError error) {
 
 } // namespace
 
-XMLNode XMLNode::parseString(const wchar_t* text, const wchar_t* tag, XMLResults* results) {
-    XMLResults ignored;
-    if (!results)
-        results = &ignored;
-    *results = {XMLERROR_NO_ELEMENTS, 0, 0};
-    if (!text)
-        return XMLNode();
+namespace mvxml {
 
+template <class Unit>
+XMLNode ParseText(const Unit* text, const wchar_t* tag, XMLResults* results) {
     *results = {XMLERROR_NO_DATA, 0, 0};
-    mvxml::Pages* pages = mvxml::Pages::Create();
+    Pages* pages = Pages::Create();
     if (!pages)
         return XMLNode();
     XMLNode node;
     try {
-        mvxml::Parser parser(text, pages);
+        Parser<Unit> parser(text, pages);
         parser.Run();
         Record* top = parser.Top();
         XMLError error = parser.Error();
@@ -90,14 +90,14 @@ XMLNode XMLNode::parseString(const wchar_t* text, const wchar_t* tag, XMLResults
             return XMLNode();
         }
         if (top->childCount == 1 && top->elementCount() == 1) {
-            Record* child = *mvxml::Children(top);
+            Record* child = *Children(top);
             child->parent = nullptr;
             child->counters.references = 0;
             node = XMLNodeAccess::share(child);
         } else {
             node = XMLNodeAccess::share(top);
         }
-    } catch (const mvxml::MemoryExhausted&) {
+    } catch (const MemoryExhausted&) {
         pages->Free();
         return XMLNode();
     }
@@ -108,6 +108,18 @@ XMLNode XMLNode::parseString(const wchar_t* text, const wchar_t* tag, XMLResults
             *results = {XMLERROR_FIRST_TAG_NOT_FOUND, 0, 0};
     }
     return node;
+}
+
+template XMLNode ParseText(const unsigned char*, const wchar_t*, XMLResults*);
+
+} // namespace mvxml
+
+XMLNode XMLNode::parseString(const wchar_t* text, const wchar_t* tag, XMLResults* results) {
+    XMLResults ignored;
+    if (!results)
+        results = &ignored;
+    *results = {XMLERROR_NO_ELEMENTS, 0, 0};
+    return text ? mvxml::ParseText(text, tag, results) : XMLNode();
 }
 
 char XMLNode::setGlobalOptions(XMLCharEncoding encoding, char guessWideChars, char dropWhiteSpace,

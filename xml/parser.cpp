@@ -4,20 +4,22 @@
 
 #include <cstring>
 #include <cwchar>
+#include <type_traits>
 
 namespace mvxml {
 
 // The string under construction at the end of the pages.
-struct Parser::StringRoom {
+template <class Unit>
+struct Parser<Unit>::StringRoom {
     explicit StringRoom(Pages* owner)
         : pages(owner)
         , start(owner->BeginString())
         , limit(owner->StringLimit()) {}
     void Ensure(wchar_t*& target) {
-        if (limit - target < 32 / static_cast<std::ptrdiff_t>(sizeof(wchar_t)))
+        if (limit - target < CopyRoom / static_cast<std::ptrdiff_t>(sizeof(wchar_t))) [[unlikely]]
             Move(target);
     }
-    void Move(wchar_t*& target) {
+    [[gnu::noinline]] void Move(wchar_t*& target) {
         std::size_t length = static_cast<std::size_t>(target - start);
         start = pages->MoveString(start, length);
         target = start + length;
@@ -36,20 +38,16 @@ struct Parser::StringRoom {
 
 namespace {
 
-// Whether the candidate, which is followed by more text, begins with the name and ends there.
-bool SameTagName(const wchar_t* name, const wchar_t* candidate) {
-    if (!name)
-        return false;
-    for (; *name; ++name, ++candidate) {
-        if (*name != *candidate && Fold(*name) != Fold(*candidate))
-            return false;
-    }
-    return *candidate && HasClass(*candidate, ClassNameEnd);
+// Whether plain text ends at the unit.
+template <class Unit>
+bool EndsName(const Unit* p) {
+    return HasClass(*p, ClassNameEnd) && (*p != '/' || p[1] == '>');
 }
 
 } // namespace
 
-Parser::Parser(const wchar_t* text, Pages* pages)
+template <class Unit>
+Parser<Unit>::Parser(const Unit* text, Pages* pages)
     : m_cursor(text)
     , m_unmatched(text)
     , m_pages(pages)
@@ -58,79 +56,83 @@ Parser::Parser(const wchar_t* text, Pages* pages)
     , m_error(XMLERROR_NONE)
     , m_dropWhiteSpace(CurrentOptions.dropWhiteSpace != 0)
     , m_removeComments(CurrentOptions.removeComments != 0)
-    , m_sawMarkup(false)
     , m_beginsWithEndTag(false)
     , m_lastTextEnd(nullptr)
-    , m_lastTextLimit(nullptr) {}
+    , m_lastTextLimit(nullptr)
+    , m_lastTag(&m_noName)
+    , m_lastName(&m_noName)
+    , m_noName{text, 0, nullptr, &m_noName, &m_noName} {}
 
 // Outside a tag only the next "<" matters: every other token is part of the text that is pending, and pending
 // text always begins where the last markup ended.
-void Parser::Run() {
-    for (;;) {
-        if (!ReadText())
-            break;
-        if (!*m_cursor) {
-            EndOfText();
+template <class Unit>
+void Parser<Unit>::Run() {
+    const Unit* p = m_cursor;
+    bool sawMarkup = false;
+    while (ReadText(p)) {
+        if (!*p) {
+            EndOfText(p);
             break;
         }
-        wchar_t next = m_cursor[1];
+        Unit next = p[1];
         bool goesOn;
-        if (next == L'/') {
-            m_beginsWithEndTag = !m_sawMarkup;
-            goesOn = ReadEndTag();
+        if (next == '/') {
+            m_beginsWithEndTag = !sawMarkup;
+            goesOn = ReadEndTag(p);
         } else {
             const ClearTag* clearTag = nullptr;
-            if (next == L'!' || next == L'P' || next == L'S')
-                clearTag = FindClearTag(m_cursor);
-            goesOn = clearTag ? ReadClearTag(clearTag) : ReadStartTag();
+            if (next == '!' || next == 'P' || next == 'S')
+                clearTag = FindClearTag(p);
+            goesOn = clearTag ? ReadClearTag(p, clearTag) : ReadStartTag(p);
         }
         if (!goesOn)
             break;
-        m_sawMarkup = true;
+        sawMarkup = true;
     }
     CloseAll();
 }
 
-bool Parser::Fail(XMLError error) {
+template <class Unit>
+bool Parser<Unit>::Fail(XMLError error, const Unit* p) {
     m_error = error;
+    m_cursor = p;
     return false;
 }
 
-void Parser::EndOfText() {
+template <class Unit>
+void Parser<Unit>::EndOfText(const Unit* p) {
+    m_cursor = p;
     if (!m_node->declaration() && m_node->parent) {
         m_error = XMLWARNING_UNMATCHED_END_TAG;
-        m_unmatched = m_cursor;
+        m_unmatched = p;
     }
 }
 
-// ---- Elements ----
-
-void Parser::Open(Record* child) {
-    m_elements.Push(Entry(child, XMLELEMENT_CHILD));
-    ++m_node->childCount;
-    child->counters.references = 1;
-    child->parent = m_node;
-    child->content.stackBase = m_elements.Count();
-    m_node = child;
-}
+// ---- Elements
 
 // Carves the arrays of the element that is open to their sizes, and goes back to its parent.
-void Parser::Close() {
+template <class Unit>
+inline void Parser<Unit>::Close() {
     Record* d = m_node;
     std::size_t base = d->content.stackBase;
     std::size_t count = m_elements.Count() - base;
-    const std::uintptr_t* entries = m_elements.At(base);
     m_node = d->parent;
+    if (m_node)
+        m_openTags.CutTo(m_openTags.Count() - 1);
     if (count == 0) {
         d->content.block = nullptr;
-        return;
-    }
-    if (count == 1 && d->clearCount == 0) {
+    } else if (count == 1 && d->clearCount == 0) {
         d->setLayout(LayoutInline);
-        d->content.block = static_cast<void**>(ItemOf(entries[0]));
+        d->content.block = static_cast<void**>(ItemOf(m_elements.Top()));
         m_elements.CutTo(base);
-        return;
+    } else {
+        CloseMany(d, base, count);
     }
+}
+
+template <class Unit>
+[[gnu::noinline]] void Parser<Unit>::CloseMany(Record* d, std::size_t base, std::size_t count) {
+    const std::uintptr_t* entries = m_elements.At(base);
     void** block = NewBlock(m_pages, d);
     if (static_cast<std::size_t>(d->childCount) == count) {
         std::memcpy(block, entries, count * sizeof(void*));
@@ -158,61 +160,67 @@ void Parser::Close() {
     m_elements.CutTo(base);
 }
 
-void Parser::CloseAll() {
-    KeepAttributes();
+template <class Unit>
+void Parser<Unit>::CloseAll() {
+    KeepAttributes(m_node);
     while (m_node)
         Close();
 }
 
-void Parser::KeepAttributes() {
+template <class Unit>
+inline void Parser<Unit>::KeepAttributes(Record* d) {
     std::size_t count = m_attributes.Count();
     if (!count)
         return;
-    std::size_t bytes = count * sizeof(XMLAttribute);
-    m_node->attributes = static_cast<XMLAttribute*>(m_pages->Take(bytes));
-    std::memcpy(m_node->attributes, m_attributes.At(0), bytes);
-    m_node->attributeCount = static_cast<int>(count);
+    const XMLAttribute* source = m_attributes.At(0);
+    XMLAttribute* target = static_cast<XMLAttribute*>(m_pages->Take(count * sizeof(XMLAttribute)));
+    d->attributes = target;
+    d->attributeCount = static_cast<int>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        target[i] = source[i];
     m_attributes.CutTo(0);
 }
 
-// ---- Texts and clear sections ----
+// ---- Texts and clear sections
 
-bool Parser::ReadText() {
-    const wchar_t* p = m_cursor;
+template <class Unit>
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadText(const Unit*& start) {
+    const Unit* p = start;
     if (m_dropWhiteSpace) {
         while (IsSpace(*p))
             ++p;
     }
-    if (*p == L'<' || !*p) {
-        m_cursor = p;
+    start = p;
+    if (*p == '<' || !*p)
         return true;
-    }
 
     StringRoom room(m_pages);
     wchar_t* out = room.start;
-    std::ptrdiff_t zero =
-        -1; // where a reference has put a NUL into the text, which ends there for every reader
+    // Where a reference has put a NUL into the text, which ends there for every reader.
+    std::ptrdiff_t zero = -1;
+    // The end of what a reference gave: that is not trimmed.
+    std::ptrdiff_t decoded = 0;
     for (;;) {
         p = CopyToStop<TextStops>(p, out, room);
-        if (*p != L'&')
+        if (*p != '&')
             break;
         wchar_t character;
-        const wchar_t* next = DecodeReference(p, character);
+        const Unit* next = DecodeReference(p, character);
         if (!next) {
             // The text is refused when the markup behind it has been read.
-            m_cursor = FindStop<MarkupStops>(p);
-            ReadToken(m_cursor);
-            return Fail(XMLERROR_UNKNOWN_ENTITY);
+            p = FindStop<MarkupStops>(p);
+            ReadToken(p);
+            return Fail(XMLERROR_UNKNOWN_ENTITY, p);
         }
         if (!character && zero < 0)
             zero = out - room.start;
         *out++ = character;
-        room.Ensure(out);
+        decoded = out - room.start;
         p = next;
     }
-    m_cursor = p;
+    start = p;
     if (m_dropWhiteSpace) {
-        for (; IsSpace(p[-1]); --p)
+        while (out - room.start > decoded && IsSpace(out[-1]))
             --out;
     }
     *out = 0;
@@ -229,8 +237,9 @@ bool Parser::ReadText() {
 }
 
 // Whether only a comment, one that goes, stands between the element's last text and what is added now.
-bool Parser::CanJoin() {
-    if (!m_removeComments || !m_node->textCount || !m_node->clearCount)
+template <class Unit>
+inline bool Parser<Unit>::CanJoin() {
+    if (!m_node->clearCount || !m_node->textCount || !m_removeComments)
         return false;
     const std::uintptr_t* last = &m_elements.Top();
     return KindOf(last[0]) == XMLELEMENT_CLEAR && KindOf(last[-1]) == XMLELEMENT_TEXT &&
@@ -241,7 +250,8 @@ bool Parser::CanJoin() {
 // the comment between them. As a rule both lie in one page, and nothing else than the comment between them;
 // then the memory of comment and string is taken again, and a text of many pieces is never copied as a whole.
 // Where it must be, it gets twice the room.
-void Parser::JoinText(const wchar_t* piece, std::size_t length) {
+template <class Unit>
+[[gnu::noinline]] void Parser<Unit>::JoinText(const wchar_t* piece, std::size_t length) {
     m_elements.CutTo(m_elements.Count() - 1);
     --m_node->clearCount;
     wchar_t* text = static_cast<wchar_t*>(ItemOf(m_elements.Top()));
@@ -258,142 +268,218 @@ void Parser::JoinText(const wchar_t* piece, std::size_t length) {
     m_pages->EndString(m_lastTextEnd + 1);
 }
 
-bool Parser::ReadClearTag(const ClearTag* entry) {
-    const wchar_t* content = m_cursor + entry->length;
-    m_cursor = content; // where an unclosed section is reported
+template <class Unit>
+[[gnu::noinline]] bool Parser<Unit>::ReadClearTag(const Unit*& p, const ClearTag* entry) {
+    const Unit* content = p + entry->length;
     const wchar_t* closer = entry->closer;
-    if (entry == &ClearTags[ClearDoctype]) {
-        const wchar_t* p = FindStop<DoctypeStops>(content);
-        if (*p == L'<')
-            closer = DoctypeSubsetCloser;
-    }
+    if (entry == &ClearTags[ClearDoctype] && *FindStop<DoctypeStops>(content) == '<')
+        closer = DoctypeSubsetCloser;
     // Every closer has one ">", at its end.
     std::ptrdiff_t length = static_cast<std::ptrdiff_t>(std::wcslen(closer));
-    const wchar_t* end = content;
+    const Unit* end = content;
     for (;; ++end) {
         end = FindStop<TagCloseStops>(end);
         if (!*end)
-            return Fail(XMLERROR_UNMATCHED_CLEAR_TAG);
-        if (end + 1 - content >= length &&
-            std::memcmp(end + 1 - length, closer, static_cast<std::size_t>(length) * sizeof(wchar_t)) == 0)
+            return Fail(XMLERROR_UNMATCHED_CLEAR_TAG, content);
+        std::ptrdiff_t same = 0;
+        if (end + 1 - content >= length) {
+            while (same < length && static_cast<wchar_t>(end[1 - length + same]) == closer[same])
+                ++same;
+        }
+        if (same == length)
             break;
     }
-    wchar_t* value = CopySlice(content, end + 1 - length - content);
+    const wchar_t* value = CopySlice(content, static_cast<std::size_t>(end + 1 - length - content));
     XMLClear* clear = static_cast<XMLClear*>(m_pages->Take(sizeof(XMLClear)));
     *clear = {value, entry->opener, closer};
     m_elements.Push(Entry(clear, XMLELEMENT_CLEAR));
     ++m_node->clearCount;
-    m_cursor = end + 1;
+    p = end + 1;
     return true;
 }
 
-// ---- Tags ----
+// ---- Tags
 
-bool Parser::ReadStartTag() {
-    bool declaration = m_cursor[1] == L'?';
-    m_cursor += declaration ? 2 : 1;
-    while (IsSpace(*m_cursor))
-        ++m_cursor;
-    Record* child = NewPagedRecord(m_pages, declaration);
-    wchar_t* end;
-    child->name = ReadName(end);
-    if (!child->name)
-        return Fail(XMLERROR_MISSING_TAG_NAME);
-    Open(child);
-    switch (ReadAttributes()) {
+template <class Unit>
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadStartTag(const Unit*& start) {
+    const Unit* p = start + 1;
+    bool declaration = *p == '?';
+    if (declaration)
+        ++p;
+    while (IsSpace(*p))
+        ++p;
+    OpenTag tag;
+    const wchar_t* name = ReadTagName(p, tag);
+    if (!name)
+        return Fail(XMLERROR_MISSING_TAG_NAME, p);
+    Record* parent = m_node;
+    Record* child = static_cast<Record*>(m_pages->Take(sizeof(Record)));
+    m_elements.Push(Entry(child, XMLELEMENT_CHILD));
+    m_openTags.Push(tag);
+    *child = Record{{1, declaration ? 1 : 0, &m_pages->outside}, name, parent, nullptr, {nullptr}, 0, 0, 0, 0};
+    child->content.stackBase = m_elements.Count();
+    ++parent->childCount;
+    m_node = child;
+    switch (ReadAttributes(p, child)) {
     case TagEmpty:
-        KeepAttributes();
+        KeepAttributes(child);
         Close();
-        return true;
+        break;
     case TagOpen:
-        KeepAttributes();
-        return true;
+        KeepAttributes(child);
+        break;
     default:
         return false;
     }
+    start = p;
+    return true;
 }
 
-bool Parser::ReadEndTag() {
-    const wchar_t* name = m_cursor + 2;
-    if (const wchar_t* open = m_node->name) {
-        const wchar_t* p = name;
-        while (*open && *open == *p) {
-            ++open;
-            ++p;
-        }
-        if (!*open && *p == L'>') {
-            m_cursor = p + 1;
+template <class Unit>
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadEndTag(const Unit*& p) {
+    if (m_openTags.Count()) {
+        const OpenTag& open = m_openTags.Top();
+        if (EqualUnits(p + 2, open.name, open.length) && p[2 + open.length] == '>') {
+            p += open.length + 3;
             Close();
             return true;
         }
     }
-    m_cursor = name;
-    Token token = ReadToken(m_cursor);
-    if (token.kind != TokenKind::Text || ReadToken(m_cursor).kind != TokenKind::TagClose)
-        return Fail(XMLERROR_MISSING_END_TAG_NAME);
-    name = token.start;
-    if (SameTagName(m_node->name, name)) {
+    return ReadEndTagSlowly(p);
+}
+
+// Whether the candidate, which is followed by more text, begins with the name of the element that is open and
+// ends there.
+template <class Unit>
+bool Parser<Unit>::NamesOpenElement(const Unit* candidate) const {
+    if (m_node == m_topNode)
+        return false;
+    const OpenTag& open = m_openTags.Top();
+    for (std::size_t i = 0; i < open.length; ++i) {
+        if (Fold(static_cast<wchar_t>(open.name[i])) != Fold(static_cast<wchar_t>(candidate[i])))
+            return false;
+    }
+    return candidate[open.length] && HasClass(candidate[open.length], ClassNameEnd);
+}
+
+template <class Unit>
+[[gnu::noinline]] bool Parser<Unit>::ReadEndTagSlowly(const Unit*& p) {
+    p += 2;
+    Token<Unit> token = ReadToken(p);
+    if (token.kind != TokenKind::Text || ReadToken(p).kind != TokenKind::TagClose)
+        return Fail(XMLERROR_MISSING_END_TAG_NAME, p);
+    if (NamesOpenElement(token.start)) {
         Close();
         return true;
     }
     // The end tag closes the ancestor it names, and with it all that is open inside.
     m_error = XMLWARNING_UNMATCHED_END_TAG;
-    m_unmatched = m_cursor;
+    m_unmatched = p;
     if (m_node == m_topNode)
         return false;
     for (;;) {
         Close();
-        if (!m_node->name)
-            return Fail(XMLERROR_UNMATCHED_END_TAG);
-        if (SameTagName(m_node->name, name)) {
+        if (m_node == m_topNode)
+            return Fail(XMLERROR_UNMATCHED_END_TAG, p);
+        if (NamesOpenElement(token.start)) {
             Close();
             return true;
         }
     }
 }
 
-// The plain text at the cursor, which is not at white space. Null for any other token; the cursor is then
-// behind that.
-const wchar_t* Parser::ReadName(wchar_t*& end) {
-    const wchar_t* p = m_cursor;
-    if (HasClass(*p, ClassNotName)) {
-        Token token = ReadToken(m_cursor);
-        if (token.kind != TokenKind::Text)
-            return nullptr;
-        wchar_t* name = CopySlice(token.start, token.length);
-        end = name + token.length;
-        return name;
+template <class Unit>
+[[gnu::always_inline]] inline bool Parser<Unit>::Expect(const Unit*& p, const Name* expected) {
+    if (!expected->length || !EqualUnits(p, expected->source, expected->length) || !EndsName(p + expected->length))
+        return false;
+    p += expected->length;
+    return true;
+}
+
+// The plain text at `p`, which is not at white space. Null for any other token; `p` is then behind that.
+template <class Unit>
+[[gnu::always_inline]] inline const wchar_t* Parser<Unit>::ReadTagName(const Unit*& p, OpenTag& name) {
+    const Unit* start = p;
+    Name* found = m_lastTag->nextTag;
+    if (!Expect(p, found)) {
+        if (HasClass(*p, ClassNotName))
+            return ReadNameToken(p, name);
+        found = ReadNewName(p);
+        m_lastTag->nextTag = found;
     }
-    StringRoom room(m_pages);
-    wchar_t* out = room.start;
-    for (;;) {
-        p = CopyToStop<NameStops>(p, out, room);
-        if (*p != L'/' || p[1] == L'>')
-            break;
-        *out++ = *p++;
+    name = {start, found->length};
+    m_lastTag = m_lastName = found;
+    return found->text;
+}
+template <class Unit>
+[[gnu::always_inline]] inline const wchar_t* Parser<Unit>::ReadAttributeName(const Unit*& p, OpenTag& name) {
+    const Unit* start = p;
+    Name* found = m_lastName->nextAttribute;
+    if (!Expect(p, found)) {
+        if (HasClass(*p, ClassNotName))
+            return ReadNameToken(p, name);
+        found = ReadNewName(p);
+        m_lastName->nextAttribute = found;
     }
-    m_cursor = p;
-    end = out;
-    return room.End(out);
+    name = {start, found->length};
+    m_lastName = found;
+    return found->text;
+}
+
+// A name that was not expected, but may have been seen before.
+template <class Unit>
+[[gnu::noinline]] typename Parser<Unit>::Name* Parser<Unit>::ReadNewName(const Unit*& p) {
+    const Unit* end = FindStop<NameStops>(p);
+    while (!EndsName(end))
+        end = FindStop<NameStops>(end + 1);
+    std::size_t length = static_cast<std::size_t>(end - p);
+    std::size_t mixed = length * 37 + static_cast<std::size_t>(p[0]) * 5 + static_cast<std::size_t>(end[-1]) * 3 +
+                        static_cast<std::size_t>(p[length / 2]) * 11;
+    std::size_t slot = mixed % NameCount;
+    std::uint64_t bit = std::uint64_t{1} << slot % 64;
+    Name& entry = m_names[slot];
+    bool filled = (m_namesFilled[slot / 64] & bit) != 0;
+    if (!filled)
+        entry.nextTag = entry.nextAttribute = &m_noName;
+    if (!filled || entry.length != length || !EqualUnits(p, entry.source, length)) {
+        entry.text = CopySlice(p, length);
+        entry.source = p;
+        entry.length = length;
+        m_namesFilled[slot / 64] |= bit;
+    }
+    p = end;
+    return &entry;
+}
+
+// Rare: what begins like another token may still be a name.
+template <class Unit>
+[[gnu::noinline]] const wchar_t* Parser<Unit>::ReadNameToken(const Unit*& p, OpenTag& name) {
+    Token<Unit> token = ReadToken(p);
+    if (token.kind != TokenKind::Text)
+        return nullptr;
+    name = {token.start, static_cast<std::size_t>(token.length)};
+    p = token.start + token.length;
+    return CopySlice(token.start, name.length);
 }
 
 // Reads what follows a tag's name. The attributes stay on their stack.
-Parser::TagEnd Parser::ReadAttributes() {
+template <class Unit>
+[[gnu::always_inline]] inline typename Parser<Unit>::TagEnd Parser<Unit>::ReadAttributes(const Unit*& start,
+                                                                                         Record* d) {
+    const Unit* p = start;
     const wchar_t* name = nullptr; // read, but not yet known to have a value
-    wchar_t* nameEnd = nullptr;
+    OpenTag source = {};
     for (;;) {
-        const wchar_t* p = m_cursor;
         while (IsSpace(*p))
             ++p;
-        m_cursor = p;
-        if (*p == L'>' || (*p == L'/' && p[1] == L'>')) {
-            bool empty = *p == L'/';
-            m_cursor = p + (empty ? 2 : 1);
+        if (*p == '>' || (*p == '/' && p[1] == '>')) {
+            bool empty = *p == '/';
+            start = p + (empty ? 2 : 1);
             if (name) {
-                if (m_node->declaration() && nameEnd[-1] == L'?') {
+                if (d->declaration() && source.name[source.length - 1] == '?') {
                     // "?>": it ends a declaration inside an element, while one at the top holds what follows.
-                    *--nameEnd = 0;
-                    if (m_node->parent->parent)
+                    name = CopySlice(source.name, source.length - 1);
+                    if (d->parent->parent)
                         empty = true;
                 }
                 if (*name)
@@ -402,104 +488,121 @@ Parser::TagEnd Parser::ReadAttributes() {
             return empty ? TagEmpty : TagOpen;
         }
         if (!*p) {
-            EndOfText();
+            EndOfText(p);
             return TagFailed;
         }
-        if (*p == L'=' && name) {
-            m_cursor = p + 1;
-            if (!ReadValue(name))
+        if (*p == '=' && name) {
+            ++p;
+            if (!ReadValue(p, d, name))
                 return TagFailed;
             name = nullptr;
             continue;
         }
-        wchar_t* nextEnd;
-        const wchar_t* next = ReadName(nextEnd);
+        const wchar_t* next = ReadAttributeName(p, source);
         if (!next) {
-            Fail(XMLERROR_UNEXPECTED_TOKEN);
+            Fail(XMLERROR_UNEXPECTED_TOKEN, p);
             return TagFailed;
         }
         if (name)
             m_attributes.Push({name, nullptr});
         name = next;
-        nameEnd = nextEnd;
     }
 }
 
-// A value in quotes, the cursor being at the first. False, with the cursor where it was, if it is not as
-// simple as it seemed.
+// A value in quotes, `p` being at the first. False, with `p` where it was, if it is not as simple as it
+// seemed.
+template <class Unit>
 template <wchar_t Quote>
-bool Parser::ReadQuoted(const wchar_t* name) {
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadQuoted(const Unit*& start, const wchar_t* name) {
     StringRoom room(m_pages);
     wchar_t* out = room.start;
-    const wchar_t* p = m_cursor + 1;
+    const Unit* p = start + 1;
     for (;;) {
         p = CopyToStop<ValueStops<Quote>>(p, out, room);
-        if (*p == Quote)
+        if (*p == static_cast<Unit>(Quote))
             break;
         wchar_t character;
-        if (*p != L'&' || !(p = DecodeReference(p, character)))
+        if (*p != '&' || !(p = DecodeReference(p, character)))
             return false;
         *out++ = character;
-        room.Ensure(out);
     }
-    m_cursor = p + 1;
+    start = p + 1;
     m_attributes.Push({name, room.End(out)});
     return true;
 }
 
 // Reads the value behind "=" and adds the attribute.
-bool Parser::ReadValue(const wchar_t* name) {
-    while (IsSpace(*m_cursor))
-        ++m_cursor;
-    if (*m_cursor == L'"' ? ReadQuoted<L'"'>(name) : *m_cursor == L'\'' && ReadQuoted<L'\''>(name))
+template <class Unit>
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadValue(const Unit*& p, const Record* d, const wchar_t* name) {
+    while (IsSpace(*p))
+        ++p;
+    if (*p == '"' ? ReadQuoted<L'"'>(p, name) : *p == '\'' && ReadQuoted<L'\''>(p, name))
         return true;
-    Token token = ReadToken(m_cursor);
+    Token<Unit> token = ReadToken(p);
     if (token.kind == TokenKind::End) {
-        EndOfText();
+        EndOfText(p);
         return false;
     }
     if (token.kind == TokenKind::Quoted) {
         ++token.start;
         token.length -= 2;
     } else if (token.kind != TokenKind::Text) {
-        return Fail(XMLERROR_UNEXPECTED_TOKEN);
-    } else if (m_node->declaration() && token.start[token.length - 1] == L'?') {
+        return Fail(XMLERROR_UNEXPECTED_TOKEN, p);
+    } else if (d->declaration() && token.start[token.length - 1] == '?') {
         --token.length;
     }
-    const wchar_t* value = DecodeSlice(token.start, token.length);
+    const wchar_t* value = DecodeSlice(token.start, static_cast<std::size_t>(token.length));
     if (!value)
-        return Fail(XMLERROR_UNKNOWN_ENTITY);
+        return Fail(XMLERROR_UNKNOWN_ENTITY, p);
     m_attributes.Push({name, value});
     return true;
 }
 
-// ---- Strings ----
+// ---- Strings
 
-wchar_t* Parser::CopySlice(const wchar_t* start, std::ptrdiff_t length) {
-    std::size_t units = static_cast<std::size_t>(length);
-    wchar_t* copy = m_pages->TakeString(units);
-    std::memcpy(copy, start, units * sizeof(wchar_t));
-    copy[units] = 0;
+template <class Unit>
+const wchar_t* Parser<Unit>::CopySlice(const Unit* start, std::size_t length) {
+    wchar_t* copy = m_pages->TakeString(length);
+    wchar_t* out = copy;
+    if constexpr (std::is_same_v<Unit, wchar_t>) {
+        std::memcpy(copy, start, length * sizeof(wchar_t));
+        out += length;
+    } else {
+        const Unit* end = start + length;
+        while (start < end) {
+            if (*start < 0x80)
+                *out++ = static_cast<wchar_t>(*start++);
+            else
+                start = DecodeCharacter(start, out);
+        }
+    }
+    *out = 0;
     return copy;
 }
 
 // The slice with its references decoded; null when one is malformed. The unit behind the slice is none that a
 // reference may hold, so that none is followed past the end.
-const wchar_t* Parser::DecodeSlice(const wchar_t* start, std::ptrdiff_t length) {
-    wchar_t* copy = CopySlice(start, length);
+template <class Unit>
+const wchar_t* Parser<Unit>::DecodeSlice(const Unit* start, std::size_t length) {
+    wchar_t* copy = m_pages->TakeString(length);
     wchar_t* out = copy;
-    const wchar_t* end = start + length;
+    const Unit* end = start + length;
     while (start < end) {
-        if (*start != L'&') {
-            *out++ = *start++;
-            continue;
+        if (*start == '&') {
+            start = DecodeReference(start, *out++);
+            if (!start)
+                return nullptr;
+        } else if (sizeof(Unit) > 1 || static_cast<unsigned int>(*start) < 0x80) {
+            *out++ = static_cast<wchar_t>(*start++);
+        } else if constexpr (sizeof(Unit) == 1) {
+            start = DecodeCharacter(start, out);
         }
-        start = DecodeReference(start, *out++);
-        if (!start)
-            return nullptr;
     }
     *out = 0;
     return copy;
 }
+
+template class Parser<wchar_t>;
+template class Parser<unsigned char>;
 
 } // namespace mvxml

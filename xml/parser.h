@@ -7,13 +7,16 @@
 #include "xml/tokenizer.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace mvxml {
 
+// A unit is a wchar_t, or a byte of well-formed UTF-8.
+template <class Unit>
 class Parser {
 public:
     // The text ends with a NUL and stays as it is for the parser's life. Options are those of the moment.
-    Parser(const wchar_t* text, Pages* pages);
+    Parser(const Unit* text, Pages* pages);
 
     // Parses the whole text. The tree is complete, whatever the error. Throws MemoryExhausted.
     void Run();
@@ -22,9 +25,7 @@ public:
     Record* Top() const { return m_topNode; }
     XMLError Error() const { return m_error; }
     // Where the parse stopped: for an unmatched end tag the place where that was noticed.
-    const wchar_t* Position() const {
-        return m_error == XMLWARNING_UNMATCHED_END_TAG ? m_unmatched : m_cursor;
-    }
+    const Unit* Position() const { return m_error == XMLWARNING_UNMATCHED_END_TAG ? m_unmatched : m_cursor; }
     // Whether the text's first markup is an end tag.
     bool BeginsWithEndTag() const { return m_beginsWithEndTag; }
 
@@ -32,28 +33,50 @@ private:
     enum TagEnd { TagOpen, TagEmpty, TagFailed };
     struct StringRoom;
 
-    // Each answers false when the parse is over; the error and the cursor then say how.
-    bool ReadText();
-    bool ReadStartTag();
-    bool ReadEndTag();
-    bool ReadClearTag(const ClearTag* entry);
-    TagEnd ReadAttributes();
-    bool ReadValue(const wchar_t* name);
+    // A name as it stands in the text, and the string made of it, which all nodes and attributes that have
+    // this name share. Names mostly follow each other as they did before, and to compare is less work than to
+    // look for the end and copy.
+    struct Name {
+        const Unit* source;
+        std::size_t length; // units
+        const wchar_t* text;
+        Name* nextTag;       // what the tag behind the last one of this name was called
+        Name* nextAttribute; // the name behind this one inside the tag
+    };
+    // The start tag's name of an element that is open.
+    struct OpenTag {
+        const Unit* name;
+        std::size_t length;
+    };
 
-    void EndOfText();
-    bool Fail(XMLError error);
+    // Each goes on at `p` and moves it. False when the parse is over; the error and m_cursor then say how.
+    bool ReadText(const Unit*& p);
+    bool ReadStartTag(const Unit*& p);
+    bool ReadEndTag(const Unit*& p);
+    bool ReadEndTagSlowly(const Unit*& p);
+    bool ReadClearTag(const Unit*& p, const ClearTag* entry);
+    TagEnd ReadAttributes(const Unit*& p, Record* d);
+    bool ReadValue(const Unit*& p, const Record* d, const wchar_t* name);
+    template <wchar_t Quote>
+    bool ReadQuoted(const Unit*& p, const wchar_t* name);
+    const wchar_t* ReadTagName(const Unit*& p, OpenTag& name);
+    const wchar_t* ReadAttributeName(const Unit*& p, OpenTag& name);
+    bool Expect(const Unit*& p, const Name* expected);
+    Name* ReadNewName(const Unit*& p);
+    const wchar_t* ReadNameToken(const Unit*& p, OpenTag& name);
+
+    void EndOfText(const Unit* p);
+    bool Fail(XMLError error, const Unit* p);
     bool CanJoin();
     void JoinText(const wchar_t* piece, std::size_t length);
 
-    void Open(Record* child);
     void Close();
+    void CloseMany(Record* d, std::size_t base, std::size_t count);
     void CloseAll();
-    void KeepAttributes();
-    const wchar_t* ReadName(wchar_t*& end);
-    template <wchar_t Quote>
-    bool ReadQuoted(const wchar_t* name);
-    wchar_t* CopySlice(const wchar_t* start, std::ptrdiff_t length);
-    const wchar_t* DecodeSlice(const wchar_t* start, std::ptrdiff_t length);
+    void KeepAttributes(Record* d);
+    bool NamesOpenElement(const Unit* candidate) const;
+    const wchar_t* CopySlice(const Unit* start, std::size_t length);
+    const wchar_t* DecodeSlice(const Unit* start, std::size_t length);
 
     // Entries of the element stack are pointers whose low two bits tell the kind.
     static std::uintptr_t Entry(const void* item, XMLElementType kind) {
@@ -62,20 +85,29 @@ private:
     static int KindOf(std::uintptr_t entry) { return static_cast<int>(entry & 3); }
     static void* ItemOf(std::uintptr_t entry) { return reinterpret_cast<void*>(entry & ~std::uintptr_t{3}); }
 
-    const wchar_t* m_cursor;
-    const wchar_t* m_unmatched;
+    const Unit* m_cursor; // where the parse has ended
+    const Unit* m_unmatched;
     Pages* m_pages;
     Record* m_topNode;
     Record* m_node; // the element that is open
     XMLError m_error;
     bool m_dropWhiteSpace;
     bool m_removeComments;
-    bool m_sawMarkup;
     bool m_beginsWithEndTag;
     wchar_t* m_lastTextEnd;   // the NUL of the text added last
     wchar_t* m_lastTextLimit; // the end of the page it lies in
     Stack<std::uintptr_t, 256> m_elements;
     Stack<XMLAttribute, 32> m_attributes;
+    Stack<OpenTag, 64> m_openTags; // one for each element that is open, the top node not counted
+
+    // Names seen lately. An entry is filled when its bit is set; there is no time to clear them all for a
+    // small text.
+    static constexpr std::size_t NameCount = 256;
+    std::uint64_t m_namesFilled[NameCount / 64] = {};
+    Name* m_lastTag;
+    Name* m_lastName;
+    Name m_noName; // of length 0
+    Name m_names[NameCount];
 };
 
 } // namespace mvxml

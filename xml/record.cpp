@@ -1,5 +1,7 @@
 #include "xml/record.h"
 
+#include "xml/blocks.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -37,7 +39,7 @@ void Pages::Free() {
     Page* page = m_newest;
     while (page) {
         Page* next = page->next;
-        std::free(page);
+        GiveBlock(page, page->size);
         page = next;
     }
 }
@@ -48,7 +50,7 @@ char* Pages::AddPage(std::size_t bytes) {
         throw MemoryExhausted();
     if (size < bytes + sizeof(Page) + 64)
         size = bytes + sizeof(Page) + 64;
-    void* memory = std::malloc(size);
+    void* memory = TakeBlock(size, size);
     if (!memory)
         throw MemoryExhausted();
     if (m_nextSize < LargestPage)
@@ -108,14 +110,6 @@ Record* NewHeapRecord(wchar_t* name, bool declaration) {
     node->record.counters.state = declaration ? 1 : 0;
     node->record.name = name;
     return &node->record;
-}
-
-Record* NewPagedRecord(Pages* pages, bool declaration) {
-    Record* d = static_cast<Record*>(pages->Take(sizeof(Record)));
-    std::memset(static_cast<void*>(d), 0, sizeof(Record));
-    d->counters.outside = &pages->outside;
-    d->counters.state = declaration ? 1 : 0;
-    return d;
 }
 
 void** NewBlock(Pages* pages, const Record* d) {

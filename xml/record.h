@@ -96,7 +96,7 @@ public:
     }
     // Starts a string: at least StringRoom bytes lie between the result and the limit.
     wchar_t* BeginString() {
-        char* start = Align(cursor, 4);
+        char* start = Align(cursor, sizeof(wchar_t) < 4 ? 4 : 1); // aligned anyway where units have 4 bytes
         if (limit - start < StringRoom)
             start = AddPage(StringRoom);
         return reinterpret_cast<wchar_t*>(start);
@@ -120,7 +120,7 @@ public:
         return reinterpret_cast<Pages*>(record->counters.outside);
     }
 
-    static constexpr std::ptrdiff_t StringRoom = 128;
+    static constexpr std::ptrdiff_t StringRoom = 256;
 
     int outside;    // first: records point to it. See the top of this file.
     bool edited;    // some record has been changed, so that records must be visited before the pages go
@@ -201,8 +201,12 @@ private:
 
 // A record of its own with no references yet; null when memory is exhausted. The name is taken over.
 Record* NewHeapRecord(wchar_t* name, bool declaration);
-// A zeroed record in pages.
-Record* NewPagedRecord(Pages* pages, bool declaration);
+// A record in pages, all zeroes but for its flag.
+inline Record* NewPagedRecord(Pages* pages, bool declaration) {
+    Record* d = static_cast<Record*>(pages->Take(sizeof(Record)));
+    *d = Record{{0, declaration ? 1 : 0, &pages->outside}, nullptr, nullptr, nullptr, {nullptr}, 0, 0, 0, 0};
+    return d;
+}
 // A packed block for the counts that the record holds. Throws MemoryExhausted.
 void** NewBlock(Pages* pages, const Record* d);
 

@@ -22,9 +22,9 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    // Makes sure that two vectors fit at `target`, which moves with the buffer.
+    // Makes sure that 80 bytes fit at `target`, which moves with the buffer.
     void Ensure(wchar_t*& target) {
-        if (m_limit - target < 32 / static_cast<std::ptrdiff_t>(sizeof(wchar_t)))
+        if (m_limit - target < 80 / static_cast<std::ptrdiff_t>(sizeof(wchar_t)))
             MakeRoom(target);
     }
     void Put(wchar_t unit) {

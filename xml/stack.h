@@ -27,6 +27,7 @@ public:
         m_items[m_count++] = item;
     }
     Item& Top() { return m_items[m_count - 1]; }
+    const Item& Top() const { return m_items[m_count - 1]; }
     std::size_t Count() const { return m_count; }
     void CutTo(std::size_t count) { m_count = count; }
     Item* At(std::size_t i) { return m_items + i; }

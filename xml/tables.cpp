@@ -24,7 +24,8 @@ constexpr Entity Entities[] = {
 };
 
 // Digits only, to the ";". The value wraps and is stored as one unit, without a range check.
-const wchar_t* DecodeNumber(const wchar_t* text, wchar_t& character) {
+template <class Unit>
+const Unit* DecodeNumber(const Unit* text, wchar_t& character) {
     unsigned int value = 0;
     text += 2;
     bool hexadecimal = *text == L'x' || *text == L'X';
@@ -48,10 +49,11 @@ const wchar_t* DecodeNumber(const wchar_t* text, wchar_t& character) {
 
 } // namespace
 
-const ClearTag* FindClearTag(const wchar_t* text) {
+template <class Unit>
+const ClearTag* FindClearTag(const Unit* text) {
     for (const ClearTag& tag : ClearTags) {
         int i = 0;
-        while (i < tag.length && text[i] == tag.opener[i])
+        while (i < tag.length && static_cast<wchar_t>(text[i]) == tag.opener[i])
             ++i;
         if (i == tag.length)
             return &tag;
@@ -59,12 +61,13 @@ const ClearTag* FindClearTag(const wchar_t* text) {
     return nullptr;
 }
 
-const wchar_t* DecodeReference(const wchar_t* text, wchar_t& character) {
+template <class Unit>
+const Unit* DecodeReference(const Unit* text, wchar_t& character) {
     if (text[1] == L'#')
         return DecodeNumber(text, character);
     for (const Entity& entity : Entities) {
         int i = 1;
-        while (i < entity.length && Fold(text[i]) == entity.text[i])
+        while (i < entity.length && Fold(static_cast<wchar_t>(text[i])) == entity.text[i])
             ++i;
         if (i == entity.length) {
             character = entity.character;
@@ -73,6 +76,11 @@ const wchar_t* DecodeReference(const wchar_t* text, wchar_t& character) {
     }
     return nullptr;
 }
+
+template const ClearTag* FindClearTag(const wchar_t*);
+template const ClearTag* FindClearTag(const unsigned char*);
+template const wchar_t* DecodeReference(const wchar_t*, wchar_t&);
+template const unsigned char* DecodeReference(const unsigned char*, wchar_t&);
 
 const wchar_t* EntityOf(wchar_t character, int& length) {
     for (const Entity& entity : Entities) {
@@ -98,7 +106,7 @@ bool EqualNames(const wchar_t* first, const wchar_t* second) {
 constexpr UnitClassTable MakeUnitClasses() {
     UnitClassTable table = {};
     for (char unit : {'\n', ' ', '\t', '\r'})
-        table.classes[static_cast<int>(unit)] = ClassSpace | ClassNameEnd | ClassNotName;
+        table.classes[static_cast<int>(unit)] = ClassNameEnd | ClassNotName;
     for (char unit : {'\0', '<', '>', '=', '/'})
         table.classes[static_cast<int>(unit)] = ClassNameEnd | ClassNotName;
     for (char unit : {'"', '\''})

@@ -20,11 +20,13 @@ extern const ClearTag ClearTags[ClearTagCount];
 extern const wchar_t DoctypeSubsetCloser[];
 
 // The clear tag whose opener stands at `text`, which ends with a NUL; null when none does.
-const ClearTag* FindClearTag(const wchar_t* text);
+template <class Unit>
+const ClearTag* FindClearTag(const Unit* text);
 
 // Decodes the reference that begins at `text` (which is "&") into `character`. Answers the unit behind its
 // ";", or null when it is malformed. Reads no further than the first unit that cannot belong to a reference.
-const wchar_t* DecodeReference(const wchar_t* text, wchar_t& character);
+template <class Unit>
+const Unit* DecodeReference(const Unit* text, wchar_t& character);
 
 // The entity that stands for one of & < > " ', with its length; null for every other character.
 const wchar_t* EntityOf(wchar_t character, int& length);
@@ -39,10 +41,9 @@ extern Options CurrentOptions;
 
 // Classes of the units below 128.
 enum : unsigned char {
-    ClassSpace = 1,   // line feed, space, tab, carriage return
-    ClassNameEnd = 2, // what ends plain text: white space, NUL, "<", ">", "=", and "/" (which may)
-    ClassNotName = 4, // what plain text does not begin with: the above and quotes
-    ClassEscape = 8   // what is written as an entity
+    ClassNameEnd = 1, // what ends plain text: white space, NUL, "<", ">", "=", and "/" (which may)
+    ClassNotName = 2, // what plain text does not begin with: the above and quotes
+    ClassEscape = 4   // what is written as an entity
 };
 struct UnitClassTable {
     unsigned char classes[128];
@@ -52,14 +53,10 @@ extern const UnitClassTable UnitClasses;
 inline bool HasClass(wchar_t unit, unsigned char wanted) {
     return static_cast<unsigned long>(unit) < 128 && (UnitClasses.classes[unit] & wanted) != 0;
 }
+// Line feed, space, tab, carriage return.
 inline bool IsSpace(wchar_t unit) {
-    return HasClass(unit, ClassSpace);
-}
-
-// The number of UTF-16 units that a character takes: 2 for those that other systems than Windows keep in one.
-inline int Utf16Length(wchar_t character) {
-    unsigned long value = static_cast<unsigned long>(character);
-    return value > 0xFFFF ? 2 : 1;
+    constexpr unsigned long long Spaces = 1ull << '\n' | 1ull << ' ' | 1ull << '\t' | 1ull << '\r';
+    return static_cast<unsigned long>(unit) <= 32 && (Spaces >> unit & 1) != 0;
 }
 
 // Only A to Z have another case here, as in the runtime's comparisons.

@@ -4,24 +4,26 @@ namespace mvxml {
 
 namespace {
 
-Token ReadPlainText(const wchar_t*& cursor, const wchar_t* start, const wchar_t* from) {
-    const wchar_t* p = from;
+template <class Unit>
+Token<Unit> ReadPlainText(const Unit*& cursor, const Unit* start, const Unit* from) {
+    const Unit* p = from;
     while (!HasClass(*p, ClassNameEnd) || (*p == L'/' && p[1] != L'>'))
         ++p;
-    Token token = {TokenKind::Text, start, p - start, nullptr};
+    Token<Unit> token = {TokenKind::Text, start, p - start, nullptr};
     cursor = IsSpace(*p) ? p + 1 : p;
     return token;
 }
 
 } // namespace
 
-Token ReadToken(const wchar_t*& cursor) {
-    const wchar_t* start = cursor;
+template <class Unit>
+Token<Unit> ReadToken(const Unit*& cursor) {
+    const Unit* start = cursor;
     while (IsSpace(*start))
         ++start;
     auto simple = [&](TokenKind kind, std::ptrdiff_t length) {
         cursor = start + length;
-        return Token{kind, start, length, nullptr};
+        return Token<Unit>{kind, start, length, nullptr};
     };
     switch (*start) {
     case 0:
@@ -46,7 +48,7 @@ Token ReadToken(const wchar_t*& cursor) {
         break;
     case L'"':
     case L'\'': {
-        const wchar_t* p = start + 1;
+        const Unit* p = start + 1;
         while (*p && *p != L'<' && *p != *start)
             ++p;
         if (*p == *start)
@@ -59,5 +61,8 @@ Token ReadToken(const wchar_t*& cursor) {
     }
     return ReadPlainText(cursor, start, start);
 }
+
+template Token<wchar_t> ReadToken(const wchar_t*&);
+template Token<unsigned char> ReadToken(const unsigned char*&);
 
 } // namespace mvxml

@@ -1,4 +1,4 @@
-// The parser's tokens.
+// The parser's tokens. A unit is a wchar_t or a byte of UTF-8.
 #pragma once
 
 #include "xml/tables.h"
@@ -20,15 +20,17 @@ enum class TokenKind {
     Text
 };
 
+template <class Unit>
 struct Token {
     TokenKind kind;
-    const wchar_t* start;
+    const Unit* start;
     std::ptrdiff_t length;
     const ClearTag* clearTag; // of kind ClearTag
 };
 
 // Reads the token at `cursor`, behind white space, and moves the cursor past it (and past one white-space
 // unit that ends a plain text). The text ends with a NUL.
-Token ReadToken(const wchar_t*& cursor);
+template <class Unit>
+Token<Unit> ReadToken(const Unit*& cursor);
 
 } // namespace mvxml

@@ -1,0 +1,104 @@
+#include "xml/blocks.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace mvxml {
+
+namespace {
+
+// Address checking sees the use of what is freed, not of what is kept.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define MVXML_KEEPS_NOTHING
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define MVXML_KEEPS_NOTHING
+#endif
+#if defined(MVXML_KEEPS_NOTHING)
+constexpr std::size_t Limit = 0;
+#else
+constexpr std::size_t Limit = std::size_t{sizeof(void*) > 4 ? 64u : 16u} << 20;
+#endif
+
+// The blocks that are kept. Whoever finds it busy with another thread does without.
+class Store {
+public:
+    constexpr Store() = default;
+    ~Store() {
+        // Documents that end later, with other static objects, find it closed.
+        if (!Enter())
+            return;
+        m_closed = true;
+        while (m_count)
+            std::free(m_blocks[--m_count].start);
+        Leave();
+    }
+
+    void* Take(std::size_t wanted, std::size_t& size, bool orLarger) {
+        if (!Enter())
+            return nullptr;
+        int best = -1;
+        for (int i = 0; i < m_count; ++i) {
+            std::size_t found = m_blocks[i].size;
+            if (found >= wanted && (orLarger || found / 4 <= wanted) && (best < 0 || found < m_blocks[best].size))
+                best = i;
+        }
+        void* block = nullptr;
+        if (best >= 0) {
+            block = m_blocks[best].start;
+            size = m_blocks[best].size;
+            m_total -= size;
+            m_blocks[best] = m_blocks[--m_count];
+        }
+        Leave();
+        return block;
+    }
+
+    bool Give(void* block, std::size_t size) {
+        if (!Enter())
+            return false;
+        bool kept = !m_closed && m_count < Room && size <= Limit && m_total <= Limit - size;
+        if (kept) {
+            m_blocks[m_count++] = {block, size};
+            m_total += size;
+        }
+        Leave();
+        return kept;
+    }
+
+private:
+    bool Enter() { return !m_busy.test_and_set(std::memory_order_acquire); }
+    void Leave() { m_busy.clear(std::memory_order_release); }
+
+    static constexpr int Room = 64;
+    struct Block {
+        void* start;
+        std::size_t size;
+    };
+    std::atomic_flag m_busy;
+    bool m_closed = false;
+    int m_count = 0;
+    std::size_t m_total = 0;
+    Block m_blocks[Room] = {};
+};
+
+constinit Store Kept;
+
+} // namespace
+
+void* TakeBlock(std::size_t wanted, std::size_t& size, bool orLarger) {
+    if (wanted >= SmallestKeptBlock) {
+        if (void* block = Kept.Take(wanted, size, orLarger))
+            return block;
+    }
+    size = wanted;
+    return std::malloc(wanted);
+}
+
+void GiveBlock(void* block, std::size_t size) {
+    if (size < SmallestKeptBlock || !Kept.Give(block, size))
+        std::free(block);
+}
+
+} // namespace mvxml

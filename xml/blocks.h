@@ -1,0 +1,22 @@
+// Large blocks of memory on their way from one document to the next.
+//
+// A program that reads or writes one large document after the other would otherwise have the system map and
+// clear the same memory every time, which takes longer than parsing. So what a document leaves is kept, up to
+// 64 MiB (16 MiB in 32-bit programs), as the runtime's own heap keeps what is small. All blocks come from
+// malloc. Any thread may call.
+#pragma once
+
+#include <cstddef>
+
+namespace mvxml {
+
+// Blocks below this size are left to the heap alone.
+constexpr std::size_t SmallestKeptBlock = std::size_t{256} << 10;
+
+// A block of at least `wanted` bytes; `size` receives what it has. With `orLarger` any kept block will do that
+// is large enough, else only one that is not much too large. Null when memory is exhausted.
+void* TakeBlock(std::size_t wanted, std::size_t& size, bool orLarger = false);
+// Keeps or frees a block from malloc.
+void GiveBlock(void* block, std::size_t size);
+
+} // namespace mvxml
