@@ -1,5 +1,5 @@
 // Documents made to exhaust the stack, memory or patience.
-#include "xml_test.h"
+#include "XmlTest.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "xml_test.h"
+#include "XmlTest.h"
 
 #include <cstdlib>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "xml_test.h"
+#include "XmlTest.h"
 
 #include "import_patch.h"
 #include "temp_folder.h"
