@@ -43,6 +43,7 @@
 
 #include <tchar.h>
 
+#include <malloc.h>
 #include <stdlib.h>
 #include <wchar.h>
 

@@ -35,13 +35,15 @@ public:
         Leave();
     }
 
-    void* Take(std::size_t wanted, std::size_t& size, bool orLarger) {
+    void* Take(std::size_t wanted, std::size_t& size, bool largest) {
         if (!Enter())
             return nullptr;
         int best = -1;
         for (int i = 0; i < m_count; ++i) {
             std::size_t found = m_blocks[i].size;
-            if (found >= wanted && (orLarger || found / 4 <= wanted) && (best < 0 || found < m_blocks[best].size))
+            if (found < wanted || (!largest && found / 4 > wanted))
+                continue;
+            if (best < 0 || (found < m_blocks[best].size) != largest)
                 best = i;
         }
         void* block = nullptr;
@@ -87,13 +89,17 @@ constinit Store Kept;
 
 } // namespace
 
-void* TakeBlock(std::size_t wanted, std::size_t& size, bool orLarger) {
+void* TakeBlock(std::size_t wanted, std::size_t& size) {
     if (wanted >= SmallestKeptBlock) {
-        if (void* block = Kept.Take(wanted, size, orLarger))
+        if (void* block = Kept.Take(wanted, size, false))
             return block;
     }
     size = wanted;
     return std::malloc(wanted);
+}
+
+void* TakeLargestKeptBlock(std::size_t wanted, std::size_t& size) {
+    return wanted >= SmallestKeptBlock ? Kept.Take(wanted, size, true) : nullptr;
 }
 
 void GiveBlock(void* block, std::size_t size) {

@@ -13,9 +13,11 @@ namespace mvxml {
 // Blocks below this size are left to the heap alone.
 constexpr std::size_t SmallestKeptBlock = std::size_t{256} << 10;
 
-// A block of at least `wanted` bytes; `size` receives what it has. With `orLarger` any kept block will do that
-// is large enough, else only one that is not much too large. Null when memory is exhausted.
-void* TakeBlock(std::size_t wanted, std::size_t& size, bool orLarger = false);
+// A block of at least `wanted` bytes, but not many times as many; `size` receives what it has. Null when
+// memory is exhausted.
+void* TakeBlock(std::size_t wanted, std::size_t& size);
+// The largest block that is kept, if it has at least `wanted` bytes; else null.
+void* TakeLargestKeptBlock(std::size_t wanted, std::size_t& size);
 // Keeps or frees a block from malloc.
 void GiveBlock(void* block, std::size_t size);
 

@@ -83,9 +83,9 @@ wchar_t* TextFromBytes(const unsigned char* bytes, std::size_t size, int encodin
     bool utf8 = encoding == 1;
     const char* source = reinterpret_cast<const char*>(bytes);
     int length = static_cast<int>(strnlen(source, size));
-    int written =
-        length ? MultiByteToWideChar(utf8 ? CP_UTF8 : CP_ACP, utf8 ? 0 : MB_PRECOMPOSED, source, length, text, length)
-               : 0;
+    int written = length ? MultiByteToWideChar(utf8 ? CP_UTF8 : CP_ACP, utf8 ? 0 : MB_PRECOMPOSED, source,
+                                               length, text, length)
+                         : 0;
     text[written > 0 ? written : 0] = 0;
     if (*text)
         return text;

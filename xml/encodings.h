@@ -5,8 +5,8 @@
 
 namespace mvxml {
 
-// The character of one UTF-8 sequence of several bytes. Answers the sequence's length, 0 when it is malformed.
-// Behind the bytes lies a NUL or more text.
+// The character of one UTF-8 sequence of several bytes. Answers the sequence's length, 0 when it is
+// malformed. Behind the bytes lies a NUL or more text.
 int DecodeSequence(const unsigned char* bytes, unsigned int& character);
 
 // Writes the character of a well-formed sequence of several bytes and answers the byte behind it.
@@ -27,14 +27,15 @@ bool IsWellFormed(const unsigned char* bytes, std::size_t size);
 
 // The number of UTF-16 units that a unit of text stands for; over whole characters the sum is right.
 inline int Utf16Length(wchar_t character) {
-    return static_cast<unsigned long>(character) > 0xFFFF && sizeof(wchar_t) > 2 ? 2 : 1;
+    return sizeof(wchar_t) > 2 && static_cast<unsigned long>(character) >> 16 != 0 ? 2 : 1;
 }
 inline int Utf16Length(unsigned char byte) {
     return byte >= 0xF0 ? 2 : (byte & 0xC0) == 0x80 ? 0 : 1;
 }
 
 // Wide text from malloc that ends with a NUL; nothing behind a NUL in the bytes is converted.
-// From 8-bit text in the encoding of the global options, as the system converts it. Null, with `exhausted` false, when nothing results.
+// From 8-bit text in the encoding of the global options, as the system converts it. Null, with `exhausted`
+// false, when nothing results.
 wchar_t* TextFromBytes(const unsigned char* bytes, std::size_t size, int encoding, bool& exhausted);
 // From UTF-16 little-endian; behind the bytes lie two zeros. Null when memory is exhausted.
 wchar_t* TextFromUtf16(const unsigned char* bytes, std::size_t size);

@@ -61,7 +61,8 @@ Parser<Unit>::Parser(const Unit* text, Pages* pages)
     , m_lastTextLimit(nullptr)
     , m_lastTag(&m_noName)
     , m_lastName(&m_noName)
-    , m_noName{text, 0, nullptr, &m_noName, &m_noName} {}
+    , m_noName{{text, 0}, nullptr, &m_noName, &m_noName}
+    , m_tokenName(m_noName) {}
 
 // Outside a tag only the next "<" matters: every other token is part of the text that is pending, and pending
 // text always begins where the last markup ended.
@@ -83,7 +84,12 @@ void Parser<Unit>::Run() {
             const ClearTag* clearTag = nullptr;
             if (next == '!' || next == 'P' || next == 'S')
                 clearTag = FindClearTag(p);
-            goesOn = clearTag ? ReadClearTag(p, clearTag) : ReadStartTag(p);
+            if (clearTag) {
+                goesOn = ReadClearTag(p, clearTag);
+                p = m_cursor;
+            } else {
+                goesOn = ReadStartTag(p);
+            }
         }
         if (!goesOn)
             break;
@@ -269,7 +275,7 @@ template <class Unit>
 }
 
 template <class Unit>
-[[gnu::noinline]] bool Parser<Unit>::ReadClearTag(const Unit*& p, const ClearTag* entry) {
+[[gnu::noinline]] bool Parser<Unit>::ReadClearTag(const Unit* p, const ClearTag* entry) {
     const Unit* content = p + entry->length;
     const wchar_t* closer = entry->closer;
     if (entry == &ClearTags[ClearDoctype] && *FindStop<DoctypeStops>(content) == '<')
@@ -294,7 +300,7 @@ template <class Unit>
     *clear = {value, entry->opener, closer};
     m_elements.Push(Entry(clear, XMLELEMENT_CLEAR));
     ++m_node->clearCount;
-    p = end + 1;
+    m_cursor = end + 1;
     return true;
 }
 
@@ -308,15 +314,28 @@ template <class Unit>
         ++p;
     while (IsSpace(*p))
         ++p;
-    OpenTag tag;
-    const wchar_t* name = ReadTagName(p, tag);
-    if (!name)
-        return Fail(XMLERROR_MISSING_TAG_NAME, p);
+    const Unit* source = p;
+    Name* name = m_lastTag->nextTag;
+    if (!Expect(p, name)) {
+        name = ReadNewName(p);
+        p = m_cursor;
+        if (!name)
+            return Fail(XMLERROR_MISSING_TAG_NAME, p);
+        if (name == &m_tokenName)
+            source = name->source;
+        else
+            m_lastTag->nextTag = name;
+    }
+    m_lastTag = name;
+    m_lastName = name;
     Record* parent = m_node;
     Record* child = static_cast<Record*>(m_pages->Take(sizeof(Record)));
     m_elements.Push(Entry(child, XMLELEMENT_CHILD));
-    m_openTags.Push(tag);
-    *child = Record{{1, declaration ? 1 : 0, &m_pages->outside}, name, parent, nullptr, {nullptr}, 0, 0, 0, 0};
+    SourceName& open = m_openTags.Add();
+    open.source = source;
+    open.length = name->length;
+    *child = Record{
+        {1, declaration ? 1 : 0, &m_pages->outside}, name->text, parent, nullptr, {nullptr}, 0, 0, 0, 0};
     child->content.stackBase = m_elements.Count();
     ++parent->childCount;
     m_node = child;
@@ -338,14 +357,16 @@ template <class Unit>
 template <class Unit>
 [[gnu::always_inline]] inline bool Parser<Unit>::ReadEndTag(const Unit*& p) {
     if (m_openTags.Count()) {
-        const OpenTag& open = m_openTags.Top();
-        if (EqualUnits(p + 2, open.name, open.length) && p[2 + open.length] == '>') {
+        const SourceName& open = m_openTags.Top();
+        if (EqualUnits(p + 2, open.source, open.length) && p[2 + open.length] == '>') {
             p += open.length + 3;
             Close();
             return true;
         }
     }
-    return ReadEndTagSlowly(p);
+    bool goesOn = ReadOtherEndTag(p);
+    p = m_cursor;
+    return goesOn;
 }
 
 // Whether the candidate, which is followed by more text, begins with the name of the element that is open and
@@ -354,20 +375,21 @@ template <class Unit>
 bool Parser<Unit>::NamesOpenElement(const Unit* candidate) const {
     if (m_node == m_topNode)
         return false;
-    const OpenTag& open = m_openTags.Top();
+    const SourceName& open = m_openTags.Top();
     for (std::size_t i = 0; i < open.length; ++i) {
-        if (Fold(static_cast<wchar_t>(open.name[i])) != Fold(static_cast<wchar_t>(candidate[i])))
+        if (Fold(static_cast<wchar_t>(open.source[i])) != Fold(static_cast<wchar_t>(candidate[i])))
             return false;
     }
     return candidate[open.length] && HasClass(candidate[open.length], ClassNameEnd);
 }
 
 template <class Unit>
-[[gnu::noinline]] bool Parser<Unit>::ReadEndTagSlowly(const Unit*& p) {
+[[gnu::noinline]] bool Parser<Unit>::ReadOtherEndTag(const Unit* p) {
     p += 2;
     Token<Unit> token = ReadToken(p);
     if (token.kind != TokenKind::Text || ReadToken(p).kind != TokenKind::TagClose)
         return Fail(XMLERROR_MISSING_END_TAG_NAME, p);
+    m_cursor = p;
     if (NamesOpenElement(token.start)) {
         Close();
         return true;
@@ -390,51 +412,25 @@ template <class Unit>
 
 template <class Unit>
 [[gnu::always_inline]] inline bool Parser<Unit>::Expect(const Unit*& p, const Name* expected) {
-    if (!expected->length || !EqualUnits(p, expected->source, expected->length) || !EndsName(p + expected->length))
+    if (!expected->length || !EqualUnits(p, expected->source, expected->length) ||
+        !EndsName(p + expected->length))
         return false;
     p += expected->length;
     return true;
 }
 
-// The plain text at `p`, which is not at white space. Null for any other token; `p` is then behind that.
+// The plain text at `p`, which is not at white space and is not the name that was expected. Null for any
+// other token; m_cursor is then behind that.
 template <class Unit>
-[[gnu::always_inline]] inline const wchar_t* Parser<Unit>::ReadTagName(const Unit*& p, OpenTag& name) {
-    const Unit* start = p;
-    Name* found = m_lastTag->nextTag;
-    if (!Expect(p, found)) {
-        if (HasClass(*p, ClassNotName))
-            return ReadNameToken(p, name);
-        found = ReadNewName(p);
-        m_lastTag->nextTag = found;
-    }
-    name = {start, found->length};
-    m_lastTag = m_lastName = found;
-    return found->text;
-}
-template <class Unit>
-[[gnu::always_inline]] inline const wchar_t* Parser<Unit>::ReadAttributeName(const Unit*& p, OpenTag& name) {
-    const Unit* start = p;
-    Name* found = m_lastName->nextAttribute;
-    if (!Expect(p, found)) {
-        if (HasClass(*p, ClassNotName))
-            return ReadNameToken(p, name);
-        found = ReadNewName(p);
-        m_lastName->nextAttribute = found;
-    }
-    name = {start, found->length};
-    m_lastName = found;
-    return found->text;
-}
-
-// A name that was not expected, but may have been seen before.
-template <class Unit>
-[[gnu::noinline]] typename Parser<Unit>::Name* Parser<Unit>::ReadNewName(const Unit*& p) {
+[[gnu::noinline]] typename Parser<Unit>::Name* Parser<Unit>::ReadNewName(const Unit* p) {
+    if (HasClass(*p, ClassNotName))
+        return ReadNameToken(p);
     const Unit* end = FindStop<NameStops>(p);
     while (!EndsName(end))
         end = FindStop<NameStops>(end + 1);
     std::size_t length = static_cast<std::size_t>(end - p);
-    std::size_t mixed = length * 37 + static_cast<std::size_t>(p[0]) * 5 + static_cast<std::size_t>(end[-1]) * 3 +
-                        static_cast<std::size_t>(p[length / 2]) * 11;
+    std::size_t mixed = length * 37 + static_cast<std::size_t>(p[0]) * 5 +
+                        static_cast<std::size_t>(end[-1]) * 3 + static_cast<std::size_t>(p[length / 2]) * 11;
     std::size_t slot = mixed % NameCount;
     std::uint64_t bit = std::uint64_t{1} << slot % 64;
     Name& entry = m_names[slot];
@@ -447,19 +443,23 @@ template <class Unit>
         entry.length = length;
         m_namesFilled[slot / 64] |= bit;
     }
-    p = end;
+    m_cursor = end;
     return &entry;
 }
 
-// Rare: what begins like another token may still be a name.
+// What begins like another token may still be a name. Its entry is used again for the next one.
 template <class Unit>
-[[gnu::noinline]] const wchar_t* Parser<Unit>::ReadNameToken(const Unit*& p, OpenTag& name) {
-    Token<Unit> token = ReadToken(p);
+[[gnu::noinline]] typename Parser<Unit>::Name* Parser<Unit>::ReadNameToken(const Unit* p) {
+    m_cursor = p;
+    Token<Unit> token = ReadToken(m_cursor);
     if (token.kind != TokenKind::Text)
         return nullptr;
-    name = {token.start, static_cast<std::size_t>(token.length)};
-    p = token.start + token.length;
-    return CopySlice(token.start, name.length);
+    m_cursor = token.start + token.length;
+    m_tokenName.source = token.start;
+    m_tokenName.length = static_cast<std::size_t>(token.length);
+    m_tokenName.text = CopySlice(token.start, m_tokenName.length);
+    m_tokenName.nextTag = m_tokenName.nextAttribute = &m_noName;
+    return &m_tokenName;
 }
 
 // Reads what follows a tag's name. The attributes stay on their stack.
@@ -468,7 +468,8 @@ template <class Unit>
                                                                                          Record* d) {
     const Unit* p = start;
     const wchar_t* name = nullptr; // read, but not yet known to have a value
-    OpenTag source = {};
+    const Unit* source = nullptr;  // where that name stands
+    std::size_t length = 0;
     for (;;) {
         while (IsSpace(*p))
             ++p;
@@ -476,9 +477,9 @@ template <class Unit>
             bool empty = *p == '/';
             start = p + (empty ? 2 : 1);
             if (name) {
-                if (d->declaration() && source.name[source.length - 1] == '?') {
+                if (d->declaration() && source[length - 1] == '?') {
                     // "?>": it ends a declaration inside an element, while one at the top holds what follows.
-                    name = CopySlice(source.name, source.length - 1);
+                    name = CopySlice(source, length - 1);
                     if (d->parent->parent)
                         empty = true;
                 }
@@ -498,14 +499,25 @@ template <class Unit>
             name = nullptr;
             continue;
         }
-        const wchar_t* next = ReadAttributeName(p, source);
-        if (!next) {
-            Fail(XMLERROR_UNEXPECTED_TOKEN, p);
-            return TagFailed;
+        source = p;
+        Name* next = m_lastName->nextAttribute;
+        if (!Expect(p, next)) {
+            next = ReadNewName(p);
+            p = m_cursor;
+            if (!next) {
+                Fail(XMLERROR_UNEXPECTED_TOKEN, p);
+                return TagFailed;
+            }
+            if (next == &m_tokenName)
+                source = next->source;
+            else
+                m_lastName->nextAttribute = next;
         }
+        m_lastName = next;
         if (name)
             m_attributes.Push({name, nullptr});
-        name = next;
+        name = next->text;
+        length = next->length;
     }
 }
 
@@ -533,12 +545,21 @@ template <wchar_t Quote>
 
 // Reads the value behind "=" and adds the attribute.
 template <class Unit>
-[[gnu::always_inline]] inline bool Parser<Unit>::ReadValue(const Unit*& p, const Record* d, const wchar_t* name) {
+[[gnu::always_inline]] inline bool Parser<Unit>::ReadValue(const Unit*& p, const Record* d,
+                                                           const wchar_t* name) {
     while (IsSpace(*p))
         ++p;
     if (*p == '"' ? ReadQuoted<L'"'>(p, name) : *p == '\'' && ReadQuoted<L'\''>(p, name))
         return true;
+    bool goesOn = ReadOtherValue(p, d, name);
+    p = m_cursor;
+    return goesOn;
+}
+
+template <class Unit>
+[[gnu::noinline]] bool Parser<Unit>::ReadOtherValue(const Unit* p, const Record* d, const wchar_t* name) {
     Token<Unit> token = ReadToken(p);
+    m_cursor = p;
     if (token.kind == TokenKind::End) {
         EndOfText(p);
         return false;

@@ -36,34 +36,31 @@ private:
     // A name as it stands in the text, and the string made of it, which all nodes and attributes that have
     // this name share. Names mostly follow each other as they did before, and to compare is less work than to
     // look for the end and copy.
-    struct Name {
+    struct SourceName {
         const Unit* source;
         std::size_t length; // units
+    };
+    struct Name : SourceName {
         const wchar_t* text;
         Name* nextTag;       // what the tag behind the last one of this name was called
         Name* nextAttribute; // the name behind this one inside the tag
     };
-    // The start tag's name of an element that is open.
-    struct OpenTag {
-        const Unit* name;
-        std::size_t length;
-    };
-
-    // Each goes on at `p` and moves it. False when the parse is over; the error and m_cursor then say how.
+    // What stands on every document's way goes on at `p` and moves it. What is rare is never inlined, takes
+    // `p` by value, so that the others keep theirs in a register, and leaves m_cursor where it has ended.
+    // False when the parse is over; the error and m_cursor then say how.
     bool ReadText(const Unit*& p);
     bool ReadStartTag(const Unit*& p);
     bool ReadEndTag(const Unit*& p);
-    bool ReadEndTagSlowly(const Unit*& p);
-    bool ReadClearTag(const Unit*& p, const ClearTag* entry);
+    bool ReadOtherEndTag(const Unit* p);
+    bool ReadClearTag(const Unit* p, const ClearTag* entry);
     TagEnd ReadAttributes(const Unit*& p, Record* d);
     bool ReadValue(const Unit*& p, const Record* d, const wchar_t* name);
     template <wchar_t Quote>
     bool ReadQuoted(const Unit*& p, const wchar_t* name);
-    const wchar_t* ReadTagName(const Unit*& p, OpenTag& name);
-    const wchar_t* ReadAttributeName(const Unit*& p, OpenTag& name);
+    bool ReadOtherValue(const Unit* p, const Record* d, const wchar_t* name);
     bool Expect(const Unit*& p, const Name* expected);
-    Name* ReadNewName(const Unit*& p);
-    const wchar_t* ReadNameToken(const Unit*& p, OpenTag& name);
+    Name* ReadNewName(const Unit* p);
+    Name* ReadNameToken(const Unit* p);
 
     void EndOfText(const Unit* p);
     bool Fail(XMLError error, const Unit* p);
@@ -98,7 +95,7 @@ private:
     wchar_t* m_lastTextLimit; // the end of the page it lies in
     Stack<std::uintptr_t, 256> m_elements;
     Stack<XMLAttribute, 32> m_attributes;
-    Stack<OpenTag, 64> m_openTags; // one for each element that is open, the top node not counted
+    Stack<SourceName, 64> m_openTags; // one for each element that is open, the top node not counted
 
     // Names seen lately. An entry is filled when its bit is set; there is no time to clear them all for a
     // small text.
@@ -106,7 +103,8 @@ private:
     std::uint64_t m_namesFilled[NameCount / 64] = {};
     Name* m_lastTag;
     Name* m_lastName;
-    Name m_noName; // of length 0
+    Name m_noName;    // of length 0
+    Name m_tokenName; // made by ReadNameToken
     Name m_names[NameCount];
 };
 

@@ -125,8 +125,9 @@ public:
     int outside;    // first: records point to it. See the top of this file.
     bool edited;    // some record has been changed, so that records must be visited before the pages go
     bool condemned; // in the list of pages that go at the end of a destruction
-    Pages* nextCondemned;
     char* cursor;
+    Pages*
+        nextCondemned; // here, so that no compiler loads `cursor` and `limit` at once, behind a store of one
     char* limit;
 
 private:

@@ -1,11 +1,13 @@
 #include "xml/render.h"
 
+#include "xml/blocks.h"
 #include "xml/scan.h"
 #include "xml/stack.h"
 #include "xml/tables.h"
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 namespace mvxml {
 
@@ -28,9 +30,16 @@ void Output::MakeRoom(wchar_t*& target) {
     // A result longer than an int can tell is refused in the end; there is no use in making it.
     if (used > INT_MAX || room > SIZE_MAX / sizeof(wchar_t))
         throw MemoryExhausted();
-    wchar_t* grown = static_cast<wchar_t*>(std::realloc(m_start, room * sizeof(wchar_t)));
+    std::size_t bytes = room * sizeof(wchar_t);
+    void* kept = m_sink ? nullptr : TakeLargestKeptBlock(bytes, bytes);
+    wchar_t* grown = static_cast<wchar_t*>(kept ? kept : std::realloc(m_start, bytes));
     if (!grown)
         throw MemoryExhausted();
+    if (kept) {
+        room = bytes / sizeof(wchar_t);
+        std::memcpy(grown, m_start, used * sizeof(wchar_t));
+        std::free(m_start);
+    }
     m_start = grown;
     m_limit = grown + room;
     target = grown + used;
@@ -64,9 +73,12 @@ wchar_t* Output::Release(int& length) {
         return nullptr;
     length = static_cast<int>(units);
     wchar_t* result = m_start;
-    // The block is up to twice too large.
-    if (wchar_t* fitting = static_cast<wchar_t*>(std::realloc(m_start, (units + 1) * sizeof(wchar_t))))
-        result = fitting;
+    // The block may be much too large. A large one keeps a little more than it needs, for the next result.
+    std::size_t wanted = units + 1 + (units * sizeof(wchar_t) < SmallestKeptBlock ? 0 : units / 16 + 64);
+    if (static_cast<std::size_t>(m_limit - m_start) > wanted) {
+        if (wchar_t* fitting = static_cast<wchar_t*>(std::realloc(m_start, wanted * sizeof(wchar_t))))
+            result = fitting;
+    }
     m_start = m_out = m_limit = nullptr;
     return result;
 }

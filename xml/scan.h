@@ -62,9 +62,11 @@ struct Units {
     // Units from `first` to `last`.
     Vector Between(int first, int last) const {
         Vector zero = _mm_setzero_si128();
-        return Size == 4 ? _mm_and_si128(_mm_cmpgt_epi32(v, Splat(first - 1)), _mm_cmplt_epi32(v, Splat(last + 1)))
+        return Size == 4
+                   ? _mm_and_si128(_mm_cmpgt_epi32(v, Splat(first - 1)), _mm_cmplt_epi32(v, Splat(last + 1)))
                : Size == 2
-                   ? _mm_cmpeq_epi16(_mm_subs_epu16(_mm_sub_epi16(v, Splat(first)), Splat(last - first)), zero)
+                   ? _mm_cmpeq_epi16(_mm_subs_epu16(_mm_sub_epi16(v, Splat(first)), Splat(last - first)),
+                                     zero)
                    : _mm_cmpeq_epi8(_mm_subs_epu8(_mm_sub_epi8(v, Splat(first)), Splat(last - first)), zero);
     }
 };
@@ -133,7 +135,8 @@ struct EscapeStops {
 #if defined(__SSE2__)
     template <class Vectors>
     static Vector Find(Vectors units) {
-        return Any(units.Equal('<'), units.Equal('>'), units.Equal('"'), units.Equal('&'), units.Equal('\''), units.Equal(0));
+        return Any(units.Equal('<'), units.Equal('>'), units.Equal('"'), units.Equal('&'), units.Equal('\''),
+                   units.Equal(0));
     }
 #endif
 };
@@ -194,25 +197,25 @@ inline const Unit* FindStop(const Unit* text) {
     }
 }
 
-// Whether the texts are equal for `length` units (not 0). They end with a NUL somewhere, and both lie in one
-// text.
+// Whether `length` units (not 0) are the same here and at an earlier place of the same text.
 template <class Unit>
-inline bool EqualUnits(const Unit* first, const Unit* second, std::size_t length) {
+inline bool EqualUnits(const Unit* first, const Unit* earlier, std::size_t length) {
 #if defined(__SSE2__)
     constexpr std::size_t Step = sizeof(Vector) / sizeof(Unit);
-    while (CanLoad(first) && CanLoad(second)) {
-        unsigned int differing = ~Bits(_mm_cmpeq_epi8(Load(first), Load(second))) & 0xFFFF;
+    // Where 16 bytes can be read here, they can be read at the earlier place too.
+    while (CanLoad(first)) {
+        unsigned int differing = ~Bits(_mm_cmpeq_epi8(Load(first), Load(earlier))) & 0xFFFF;
         if (length <= Step)
             return (differing & ((1u << (length * sizeof(Unit))) - 1)) == 0;
         if (differing)
             return false;
         first += Step;
-        second += Step;
+        earlier += Step;
         length -= Step;
     }
 #endif
     for (; length; --length) {
-        if (*first++ != *second++)
+        if (*first++ != *earlier++)
             return false;
     }
     return true;

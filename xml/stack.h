@@ -26,6 +26,12 @@ public:
             Grow();
         m_items[m_count++] = item;
     }
+    // A further item, yet to be filled.
+    Item& Add() {
+        if (m_count == m_room)
+            Grow();
+        return m_items[m_count++];
+    }
     Item& Top() { return m_items[m_count - 1]; }
     const Item& Top() const { return m_items[m_count - 1]; }
     std::size_t Count() const { return m_count; }

@@ -1,5 +1,8 @@
 #include "XMLNode.h"
 
+#include "win32.h"
+#include "xml/blocks.h"
+
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -60,5 +63,6 @@ wchar_t* stringDup(const wchar_t* text, int length) {
 }
 
 void freeXMLString(wchar_t* text) {
-    std::free(text);
+    if (text)
+        mvxml::GiveBlock(text, _msize(text));
 }

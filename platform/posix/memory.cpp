@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <memory>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -39,6 +40,10 @@ bool testRange(const void* address, UINT_PTR size) {
 }
 
 } // namespace
+
+size_t _msize(void* block) {
+    return malloc_usable_size(block);
+}
 
 HLOCAL LocalAlloc(UINT flags, SIZE_T size) {
     return allocate(size, flags & LMEM_ZEROINIT);

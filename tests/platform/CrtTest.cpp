@@ -196,3 +196,13 @@ TEST(MakePath, PathThatDoesNotFitIsEmpty) {
     EXPECT_EQ(_wmakepath_s(path, 6, nullptr, L"ab", L"cd", nullptr), 0);
     EXPECT_STREQ(path, L"ab\\cd");
 }
+
+TEST(Crt, SizeOfABlockIsAtLeastWhatWasAskedFor) {
+    for (size_t size : {size_t{1}, size_t{100}, size_t{5000}, size_t{1000000}}) {
+        void* block = malloc(size);
+        ASSERT_NE(block, nullptr);
+        EXPECT_GE(_msize(block), size);
+        EXPECT_LE(_msize(block), size * 2 + 64);
+        free(block);
+    }
+}

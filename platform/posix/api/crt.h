@@ -28,6 +28,8 @@ MVPLAT_API int __cdecl _strnicmp(const char* first, const char* second, size_t c
 MVPLAT_API wchar_t* __cdecl _wcslwr(wchar_t* text);
 MVPLAT_API wchar_t* __cdecl _wcsupr(wchar_t* text);
 MVPLAT_API wchar_t* __cdecl _wcsrev(wchar_t* text);
+// The bytes that a block from malloc holds, which may be more than were asked for. Not for null.
+MVPLAT_API size_t __cdecl _msize(void* block);
 // A copy from malloc; null for null or when memory is exhausted.
 MVPLAT_API wchar_t* __cdecl _wcsdup(const wchar_t* text);
 MVPLAT_API char* __cdecl _strdup(const char* text);
