@@ -2,6 +2,7 @@
 #include "TSerializer.h"
 
 #include "CFileBuffer.h"
+#include "doc_example.h"
 #include "message_capture.h"
 #include "RecordSupport.h"
 #include "temp_folder.h"
@@ -375,11 +376,13 @@ TEST_F(TSerializerTest, FileIsWrittenByteForByte) {
     file->Pop(-1);
     EXPECT_EQ(file->WriteRecord(hello, 1, 101), 0);
     TSerializer::Close(file);
-    EXPECT_EQ(OnDisk(), Hex("07 00 01 00 00 00 00 00 5D C3 27 E1 4A B6 71 0F D8 36"
-                            "64 00 00 00 05 00 00 00 00 00 68 65 6C 6C 6F"
-                            "78 56 34 12 02 00 00 00 01 00 00 FF"
-                            "FF FF FF FF 00 00 00 00 01 00"
-                            "65 00 00 00 01 00 00 00 00 00 68"));
+    const std::string expected = Hex("07 00 01 00 00 00 00 00 5D C3 27 E1 4A B6 71 0F D8 36"
+                                     "64 00 00 00 05 00 00 00 00 00 68 65 6C 6C 6F"
+                                     "78 56 34 12 02 00 00 00 01 00 00 FF"
+                                     "FF FF FF FF 00 00 00 00 01 00"
+                                     "65 00 00 00 01 00 00 00 00 00 68");
+    EXPECT_EQ(OnDisk(), expected);
+    EXPECT_EQ(BytesOfExample(MVLIB_DOCS "/record-files.md", "## Worked example"), expected);
 }
 
 TEST_F(TSerializerTest, PlainFileGetsTheSameBytes) {
