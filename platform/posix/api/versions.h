@@ -1,5 +1,39 @@
-// Version resources of Windows executables, which are read from their files. Include win32.h, not this file.
+// The version of the running system, and version resources of Windows executables, which are read from their
+// files. Include win32.h, not this file.
 #pragma once
+
+// What dwPlatformId says here; Windows uses 0 to 3.
+#define VER_PLATFORM_POSIX 4
+#define VER_NT_WORKSTATION 1
+
+typedef struct _OSVERSIONINFOW {
+    DWORD dwOSVersionInfoSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    WCHAR szCSDVersion[128];
+} OSVERSIONINFOW, *LPOSVERSIONINFOW;
+
+typedef struct _OSVERSIONINFOEXW {
+    DWORD dwOSVersionInfoSize;
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    WCHAR szCSDVersion[128];
+    WORD wServicePackMajor;
+    WORD wServicePackMinor;
+    WORD wSuiteMask;
+    BYTE wProductType;
+    BYTE wReserved;
+} OSVERSIONINFOEXW, *LPOSVERSIONINFOEXW;
+
+// The version of the kernel: the first three numbers of its release, and the rest of the release as the
+// service-pack text ("6.1.0-13-amd64": 6, 1, 0 and "-13-amd64"). The extended fields say a workstation
+// without service packs. The record's size says which of the two it is: FALSE with 122 for any other size or
+// null.
+MVPLAT_API BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW information);
 
 #define VS_FF_DEBUG 0x00000001
 #define VS_FF_PRERELEASE 0x00000002
