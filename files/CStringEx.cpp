@@ -63,7 +63,6 @@ CString DecodeUtf16(const char* bytes) {
 } // namespace
 
 // ---- CStringEx
-// -------------------------------------------------------------------------------------------------
 
 CStringEx::CStringEx(unsigned int nID, HINSTANCE hModule) {
     int size = 0;
@@ -109,7 +108,6 @@ CString CStringEx::GetMsgErrorSistema(unsigned long dwError) {
 }
 
 // ---- Formatting
-// ------------------------------------------------------------------------------------------------
 
 CString AfxFormatString(const wchar_t* pszFormat, ...) {
     CString text;
@@ -139,7 +137,6 @@ CStringA AfxFormatStringA(const char* pszFormat, ...) {
 }
 
 // ---- Sizes and dates
-// -------------------------------------------------------------------------------------------
 
 CString AfxBytesToString(unsigned long dwBytes) {
     if (dwBytes > 8192)
@@ -171,7 +168,6 @@ CString AfxFormatDate(CTime& time, const char* pszPattern) {
 }
 
 // ---- Letters as numbers
-// ----------------------------------------------------------------------------------------
 
 CString AfxIntToAZ(int nValue, int bMinuscules) {
     const wchar_t base = bMinuscules ? L'a' : L'A';

@@ -36,7 +36,6 @@ public:
 };
 
 // ---- Formatting
-// ------------------------------------------------------------------------------------------------
 
 // A new string, formatted with printf rules.
 MVLIB_API CString AfxFormatString(const wchar_t* pszFormat, ...);
@@ -46,7 +45,6 @@ MVLIB_API CString AfxFormatString(unsigned int nID, ...);
 MVLIB_API CStringA AfxFormatStringA(const char* pszFormat, ...);
 
 // ---- Sizes and dates
-// -------------------------------------------------------------------------------------------
 
 // A size for display. Separators are fixed on every system: "," before decimals, "." between thousands.
 // Up to 8,192: "<bytes> bytes"; above, AfxKBytesToString of the whole kilobytes.
@@ -62,7 +60,6 @@ MVLIB_API CString AfxKBytesToString(unsigned long dwKBytes);
 MVLIB_API CString AfxFormatDate(CTime& time, const char* pszPattern);
 
 // ---- Letters as numbers
-// ----------------------------------------------------------------------------------------
 
 // `nValue` in base 26 with the digits A to Z, or a to z when `bMinuscules` is not 0: 0 is A, 25 is Z, 26 is
 // BA. Kept: this is not the numbering of spreadsheet columns, and a negative value gives one character below

@@ -30,7 +30,6 @@ TEST_F(CStringExTest, ExampleUsage) {
 }
 
 // ---- The class
-// -----------------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, IsAStringWithoutFieldsOfItsOwn) {
     static_assert(sizeof(CStringEx) == sizeof(CString));
@@ -91,7 +90,6 @@ TEST_F(CStringExTest, LoadingWithoutMemoryThrowsOrIsEmpty) {
 }
 
 // ---- Marks
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, MarksAreRecognised) {
     EXPECT_EQ(CStringEx::DetectBOMEncoding("\xEF\xBB\xBF"), 4);
@@ -161,7 +159,6 @@ TEST_F(CStringExTest, SystemErrorIsNumberedButNotNamed) {
 }
 
 // ---- Formatting
-// ----------------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, FormatsIntoANewString) {
     EXPECT_EQ(AfxFormatString(L"%s %d %.2f %c", L"wide", -7, 1.005, L'x'), L"wide -7 1.00 x");
@@ -191,7 +188,6 @@ TEST_F(CStringExTest, FormattingWithoutMemoryThrows) {
 }
 
 // ---- Sizes
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, BytesUpTo8192AreCounted) {
     EXPECT_EQ(AfxBytesToString(0), L"0 bytes");
@@ -222,7 +218,6 @@ TEST_F(CStringExTest, KilobytesBecomeMegabytesFrom1024) {
 }
 
 // ---- Dates
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, DateFollowsThePattern) {
     CTime time(2007, 3, 9, 14, 5, 6);
@@ -263,7 +258,6 @@ TEST_F(CStringExTest, TimeThatCannotBeBrokenDownThrows) {
 }
 
 // ---- Letters as numbers
-// --------------------------------------------------------------------------------------
 
 TEST_F(CStringExTest, NumbersBecomeLettersInBase26) {
     EXPECT_EQ(AfxIntToAZ(0, 0), L"A");

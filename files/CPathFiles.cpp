@@ -1,0 +1,315 @@
+// The operations of CPathString on files and folders.
+#include "CPathString.h"
+
+#include "COSVersionInfo.h"
+#include "FolderEntries.h"
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <vector>
+
+#include "win32.h"
+
+namespace {
+
+bool IsEmptyText(const wchar_t* text) {
+    return !text || !*text;
+}
+
+// A path without its final backslash, unless it is that of a root.
+CString WithoutFinalBackslash(const wchar_t* szPath) {
+    const CString text(szPath);
+    CPathString path(text);
+    if (!path.IsRoot())
+        CPathString::posarBarraFinal(path, 0);
+    return path;
+}
+
+DWORD AttributesOf(const CString& path) {
+    return path.IsEmpty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path);
+}
+
+bool IsFolder(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsLink(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool FileData(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    return !IsEmptyText(path) && GetFileAttributesExW(path, GetFileExInfoStandard, &data);
+}
+
+// A file's version resource.
+class VersionResource {
+public:
+    explicit VersionResource(const wchar_t* path) {
+        DWORD unused = 0;
+        const DWORD size = IsEmptyText(path) ? 0 : GetFileVersionInfoSizeW(path, &unused);
+        m_data.resize(size);
+        if (size && !GetFileVersionInfoW(path, 0, size, m_data.data()))
+            m_data.clear();
+    }
+
+    // The value under a name; null when there is none. `room` says how many bytes there are from it to the
+    // end of the resource: the file's own lengths are not to be trusted.
+    const BYTE* Query(const wchar_t* name, std::size_t& room) const {
+        void* value = nullptr;
+        UINT size = 0;
+        if (m_data.empty() || !VerQueryValueW(m_data.data(), name, &value, &size) || !value)
+            return nullptr;
+        const BYTE* bytes = static_cast<const BYTE*>(value);
+        const BYTE* end = m_data.data() + m_data.size();
+        if (bytes < m_data.data() || bytes > end)
+            return nullptr;
+        room = static_cast<std::size_t>(end - bytes);
+        return bytes;
+    }
+
+    // The same for a value of a fixed size.
+    template <class Value>
+    bool Read(const wchar_t* name, Value& value) const {
+        std::size_t room = 0;
+        const BYTE* bytes = Query(name, room);
+        if (!bytes || room < sizeof value)
+            return false;
+        std::memcpy(&value, bytes, sizeof value);
+        return true;
+    }
+
+private:
+    std::vector<BYTE> m_data;
+};
+
+int VersionText(const wchar_t* path, CString& text) {
+    CInfoVersio info;
+    if (!CPathString::GetFileVersion(path, info)) {
+        return 0;
+    }
+    text.Format(L"%u.%u.%u", info.m_dwMajor, info.m_dwMinor, info.m_dwBuild);
+    text += info.m_bPreRelease ? L"\u00DF" : L"";
+    text += info.m_bDebug ? L" (DBG)" : L"";
+    return 1;
+}
+
+// Removes a link, on whose kind it depends which of the two functions takes it; what it leads to stays.
+bool RemoveLink(const CString& path) {
+    return RemoveDirectoryW(path) || DeleteFileW(path);
+}
+
+// Leaves a folder (ending in a backslash) that is the process's current one.
+void LeaveFolder(const CString& folder) {
+    std::vector<wchar_t> room(GetCurrentDirectoryW(0, nullptr) + std::size_t{1});
+    const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(room.size()), room.data());
+    CString current(room.data(), length < room.size() ? static_cast<int>(length) : 0);
+    CPathString::posarBarraFinal(current, 1);
+    if (current.CompareNoCase(folder) == 0)
+        SetCurrentDirectoryW(L"..");
+}
+
+// A folder that is being emptied, with the folders in it that are still to be removed.
+struct Emptying {
+    CString path; // ends in a backslash
+    std::vector<CString> folders;
+};
+
+// Deletes the files and links of a folder and notes its folders. False when it cannot be listed.
+bool EmptyOfFiles(Emptying& folder) {
+    FolderEntries entries(folder.path + L"*.*");
+    if (!entries.Started())
+        return false;
+    do {
+        const CString path = folder.path + entries.Name();
+        if (entries.IsDots())
+            continue;
+        if (entries.IsLink())
+            RemoveLink(path);
+        else if (entries.IsFolder())
+            folder.folders.push_back(path);
+        else
+            CPathString::Esborrar(path, 0); // Kept: a read-only file stays
+    } while (entries.Next());
+    return true;
+}
+
+// Removes everything inside a folder, whatever the depth; what cannot be removed stays. False when the folder
+// itself cannot be listed.
+bool EmptyFolder(const CString& path) {
+    std::vector<Emptying> open;
+    open.push_back({path, {}});
+    if (!EmptyOfFiles(open.back()))
+        return false;
+    for (;;) {
+        if (!open.back().folders.empty()) {
+            const CString next = open.back().folders.back();
+            open.back().folders.pop_back();
+            // Asked again, for it may have been replaced by a link meanwhile.
+            if (IsLink(GetFileAttributesW(next))) {
+                RemoveLink(next);
+                continue;
+            }
+            open.push_back({next + L"\\", {}});
+            if (!EmptyOfFiles(open.back()))
+                open.pop_back();
+            continue;
+        }
+        if (open.size() == 1)
+            return true;
+        LeaveFolder(open.back().path);
+        RemoveDirectoryW(WithoutFinalBackslash(open.back().path));
+        open.pop_back();
+    }
+}
+
+} // namespace
+
+int CPathString::TestFitxer(const wchar_t* szRuta) {
+    if (IsEmptyText(szRuta)) {
+        return 0;
+    }
+    const DWORD attributes = GetFileAttributesW(szRuta);
+    return attributes != INVALID_FILE_ATTRIBUTES && !IsFolder(attributes) ? 1 : 0;
+}
+
+int CPathString::TestCarpeta(const wchar_t* szRuta) {
+    return IsFolder(AttributesOf(WithoutFinalBackslash(szRuta))) ? 1 : 0;
+}
+
+unsigned int CPathString::GetMida(const wchar_t* szRuta) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    return FileData(szRuta, data) && !IsFolder(data.dwFileAttributes) ? data.nFileSizeLow : 0;
+}
+
+int CPathString::GetData(const wchar_t* szRuta, CTime& data, unsigned int nQuina) {
+    WIN32_FILE_ATTRIBUTE_DATA status;
+    if (nQuina < 1 || nQuina > 3 || !FileData(szRuta, status))
+        return 0;
+    const FILETIME& time = nQuina == 1   ? status.ftCreationTime
+                           : nQuina == 2 ? status.ftLastWriteTime
+                                         : status.ftLastAccessTime;
+    // A file system that does not keep a time says 0, which is no moment.
+    data = time.dwHighDateTime || time.dwLowDateTime ? CTime(time) : CTime();
+    return 1;
+}
+
+int CPathString::GetFileVersion(const wchar_t* szRuta, CInfoVersio& info) {
+    VS_FIXEDFILEINFO fixed;
+    if (!VersionResource(szRuta).Read(L"\\", fixed))
+        return 0;
+    info.m_dwMajor = HIWORD(fixed.dwFileVersionMS);
+    info.m_dwMinor = LOWORD(fixed.dwFileVersionMS);
+    info.m_dwBuild = HIWORD(fixed.dwFileVersionLS);
+    info.m_dwRevisio = LOWORD(fixed.dwFileVersionLS);
+    info.m_bDebug = (fixed.dwFileFlags & VS_FF_DEBUG) ? 1 : 0;
+    info.m_bPreRelease = (fixed.dwFileFlags & VS_FF_PRERELEASE) ? 1 : 0;
+    return 1;
+}
+
+int CPathString::GetFileVersion(const wchar_t* szRuta, CString& strVersio) {
+    return VersionText(szRuta, strVersio);
+}
+
+// Kept: the product version is read as the file version; callers rely on it.
+int CPathString::GetProductVersion(const wchar_t* szRuta, CInfoVersio& info) {
+    return GetFileVersion(szRuta, info);
+}
+
+int CPathString::GetProductVersion(const wchar_t* szRuta, CString& strVersio) {
+    return VersionText(szRuta, strVersio);
+}
+
+int CPathString::GetStringInformacio(const wchar_t* szRuta, const wchar_t* szClau, CString& strText) {
+    const VersionResource resource(szRuta);
+    struct {
+        WORD language;
+        WORD codePage;
+    } first;
+    if (!resource.Read(L"\\VarFileInfo\\Translation", first))
+        return 0;
+    CString name;
+    name.Format(L"\\StringFileInfo\\%04hx%04hx\\%s", first.language, first.codePage, szClau ? szClau : L"");
+    std::size_t room = 0;
+    const BYTE* text = resource.Query(name, room);
+    if (!text)
+        return 0;
+    CString found;
+    wchar_t unit = 0;
+    for (; room >= sizeof unit; text += sizeof unit, room -= sizeof unit) {
+        std::memcpy(&unit, text, sizeof unit);
+        if (!unit)
+            break;
+        found += unit;
+    }
+    strText = found;
+    return 1;
+}
+
+int CPathString::CrearCarpeta(const wchar_t* szCarpeta) {
+    if (IsEmptyText(szCarpeta)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    // The missing folders, the innermost first.
+    std::vector<CString> missing;
+    CString folder = WithoutFinalBackslash(szCarpeta);
+    for (;;) {
+        const DWORD attributes = AttributesOf(folder);
+        if (IsFolder(attributes))
+            break;
+        if (attributes != INVALID_FILE_ATTRIBUTES) {
+            SetLastError(ERROR_FILE_EXISTS);
+            return 0;
+        }
+        missing.push_back(folder);
+        const int slash = folder.ReverseFind(L'\\');
+        if (slash <= 0)
+            break;
+        folder = WithoutFinalBackslash(folder.Left(slash));
+    }
+    for (auto next = missing.rbegin(); next != missing.rend(); ++next) {
+        if (CreateDirectoryW(*next, nullptr))
+            continue;
+        // Another process may have been faster.
+        const DWORD error = GetLastError();
+        if (error != ERROR_ALREADY_EXISTS || !IsFolder(AttributesOf(*next))) {
+            SetLastError(error);
+            return 0;
+        }
+    }
+    return 1;
+}
+
+int CPathString::CrearCarpeta() const {
+    return CrearCarpeta(GetRuta(0));
+}
+
+int CPathString::Esborrar(const wchar_t* szFitxer, int bForcar) {
+    if (IsEmptyText(szFitxer)) {
+        return 0;
+    }
+    if (bForcar) {
+        SetFileAttributesW(szFitxer, FILE_ATTRIBUTE_NORMAL);
+    }
+    return DeleteFileW(szFitxer) ? 1 : 0;
+}
+
+int CPathString::EsborrarCarpeta(const wchar_t* szCarpeta, int bRecursiu) {
+    if (IsEmptyText(szCarpeta))
+        return 0;
+    const CString plain = WithoutFinalBackslash(szCarpeta);
+    const DWORD attributes = AttributesOf(plain);
+    if (IsLink(attributes) && IsFolder(attributes))
+        return RemoveLink(plain) ? 1 : 0;
+    CString folder(szCarpeta);
+    posarBarraFinal(folder, 1);
+    if (bRecursiu && !EmptyFolder(folder))
+        return 0;
+    LeaveFolder(folder);
+    return RemoveDirectoryW(szCarpeta) ? 1 : 0;
+}
+
+int CPathString::EsborrarCarpeta(int bRecursiu) const {
+    return EsborrarCarpeta(GetRuta(0), bRecursiu);
+}
