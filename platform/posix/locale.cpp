@@ -2,6 +2,7 @@
 #include "internal/handles.h"
 #include "internal/text.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -118,23 +119,45 @@ int encodeUtf8(DWORD flags, LPCWCH source, int length, Output<char>& output) {
 struct KnownLanguage {
     const char* name; // of a locale, without code set
     LANGID language;
+    wchar_t decimal;   // the sign between the whole and the rest of a number
+    wchar_t thousands; // between groups of three digits
 };
 
 // The first entry of a language stands for the language without a country.
 constexpr KnownLanguage knownLanguages[] = {
-    {"en_US", 0x0409}, {"en_GB", 0x0809}, {"en_AU", 0x0C09}, {"en_CA", 0x1009}, {"en_NZ", 0x1409},
-    {"en_IE", 0x1809}, {"en_ZA", 0x1C09}, {"en_IN", 0x4009}, {"ca_ES", 0x0403}, {"es_ES", 0x0C0A},
-    {"es_MX", 0x080A}, {"es_GT", 0x100A}, {"es_CR", 0x140A}, {"es_PA", 0x180A}, {"es_DO", 0x1C0A},
-    {"es_VE", 0x200A}, {"es_CO", 0x240A}, {"es_PE", 0x280A}, {"es_AR", 0x2C0A}, {"es_EC", 0x300A},
-    {"es_CL", 0x340A}, {"es_UY", 0x380A}, {"es_PY", 0x3C0A}, {"es_BO", 0x400A}, {"es_US", 0x540A},
-    {"fr_FR", 0x040C}, {"fr_BE", 0x080C}, {"fr_CA", 0x0C0C}, {"fr_CH", 0x100C}, {"de_DE", 0x0407},
-    {"de_CH", 0x0807}, {"de_AT", 0x0C07}, {"it_IT", 0x0410}, {"it_CH", 0x0810}, {"pt_PT", 0x0816},
-    {"pt_BR", 0x0416}, {"nl_NL", 0x0413}, {"nl_BE", 0x0813}, {"da_DK", 0x0406}, {"sv_SE", 0x041D},
-    {"nb_NO", 0x0414}, {"fi_FI", 0x040B}, {"pl_PL", 0x0415}, {"cs_CZ", 0x0405}, {"sk_SK", 0x041B},
-    {"hu_HU", 0x040E}, {"ro_RO", 0x0418}, {"el_GR", 0x0408}, {"tr_TR", 0x041F}, {"ru_RU", 0x0419},
-    {"uk_UA", 0x0422}, {"bg_BG", 0x0402}, {"hr_HR", 0x041A}, {"sl_SI", 0x0424}, {"et_EE", 0x0425},
-    {"lv_LV", 0x0426}, {"lt_LT", 0x0427}, {"eu_ES", 0x042D}, {"gl_ES", 0x0456}, {"ja_JP", 0x0411},
-    {"ko_KR", 0x0412}, {"zh_CN", 0x0804}, {"zh_TW", 0x0404}, {"he_IL", 0x040D}, {"ar_SA", 0x0401},
+    {"en_US", 0x0409, L'.', L','},      {"en_GB", 0x0809, L'.', L','},
+    {"en_AU", 0x0C09, L'.', L','},      {"en_CA", 0x1009, L'.', L','},
+    {"en_NZ", 0x1409, L'.', L','},      {"en_IE", 0x1809, L'.', L','},
+    {"en_ZA", 0x1C09, L',', L'\u00A0'}, {"en_IN", 0x4009, L'.', L','},
+    {"ca_ES", 0x0403, L',', L'.'},      {"es_ES", 0x0C0A, L',', L'.'},
+    {"es_MX", 0x080A, L'.', L','},      {"es_GT", 0x100A, L'.', L','},
+    {"es_CR", 0x140A, L',', L'\u00A0'}, {"es_PA", 0x180A, L'.', L','},
+    {"es_DO", 0x1C0A, L'.', L','},      {"es_VE", 0x200A, L',', L'.'},
+    {"es_CO", 0x240A, L',', L'.'},      {"es_PE", 0x280A, L'.', L','},
+    {"es_AR", 0x2C0A, L',', L'.'},      {"es_EC", 0x300A, L',', L'.'},
+    {"es_CL", 0x340A, L',', L'.'},      {"es_UY", 0x380A, L',', L'.'},
+    {"es_PY", 0x3C0A, L',', L'.'},      {"es_BO", 0x400A, L',', L'.'},
+    {"es_US", 0x540A, L'.', L','},      {"fr_FR", 0x040C, L',', L'\u00A0'},
+    {"fr_BE", 0x080C, L',', L'\u00A0'}, {"fr_CA", 0x0C0C, L',', L'\u00A0'},
+    {"fr_CH", 0x100C, L',', L'\u00A0'}, {"de_DE", 0x0407, L',', L'.'},
+    {"de_CH", 0x0807, L'.', L'\u2019'}, {"de_AT", 0x0C07, L',', L'\u00A0'},
+    {"it_IT", 0x0410, L',', L'.'},      {"it_CH", 0x0810, L'.', L'\u2019'},
+    {"pt_PT", 0x0816, L',', L'\u00A0'}, {"pt_BR", 0x0416, L',', L'.'},
+    {"nl_NL", 0x0413, L',', L'.'},      {"nl_BE", 0x0813, L',', L'.'},
+    {"da_DK", 0x0406, L',', L'.'},      {"sv_SE", 0x041D, L',', L'\u00A0'},
+    {"nb_NO", 0x0414, L',', L'\u00A0'}, {"fi_FI", 0x040B, L',', L'\u00A0'},
+    {"pl_PL", 0x0415, L',', L'\u00A0'}, {"cs_CZ", 0x0405, L',', L'\u00A0'},
+    {"sk_SK", 0x041B, L',', L'\u00A0'}, {"hu_HU", 0x040E, L',', L'\u00A0'},
+    {"ro_RO", 0x0418, L',', L'.'},      {"el_GR", 0x0408, L',', L'.'},
+    {"tr_TR", 0x041F, L',', L'.'},      {"ru_RU", 0x0419, L',', L'\u00A0'},
+    {"uk_UA", 0x0422, L',', L'\u00A0'}, {"bg_BG", 0x0402, L',', L'\u00A0'},
+    {"hr_HR", 0x041A, L',', L'.'},      {"sl_SI", 0x0424, L',', L'.'},
+    {"et_EE", 0x0425, L',', L'\u00A0'}, {"lv_LV", 0x0426, L',', L'\u00A0'},
+    {"lt_LT", 0x0427, L',', L'\u00A0'}, {"eu_ES", 0x042D, L',', L'.'},
+    {"gl_ES", 0x0456, L',', L'.'},      {"ja_JP", 0x0411, L'.', L','},
+    {"ko_KR", 0x0412, L'.', L','},      {"zh_CN", 0x0804, L'.', L','},
+    {"zh_TW", 0x0404, L'.', L','},      {"he_IL", 0x040D, L'.', L','},
+    {"ar_SA", 0x0401, L'.', L','},
 };
 
 LANGID languageOfLocale(std::string_view name) {
@@ -152,19 +175,92 @@ LANGID languageOfLocale(std::string_view name) {
     return 0;
 }
 
-LANGID userLanguage() {
-    static const LANGID language = [] {
-        for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-            // The first variable with a value decides, also when it says "C".
-            const char* value = std::getenv(variable);
-            if (value && *value) {
-                const LANGID found = languageOfLocale(value);
-                return found ? found : LANGID{0x0409};
-            }
+constexpr LANGID englishOfTheUnitedStates = 0x0409;
+
+// The language that the environment gives for a category of the locale.
+LANGID languageFor(const char* category) {
+    for (const char* variable : {"LC_ALL", category, "LANG"}) {
+        // The first variable with a value decides, also when it says "C".
+        const char* value = std::getenv(variable);
+        if (value && *value) {
+            const LANGID found = languageOfLocale(value);
+            return found ? found : englishOfTheUnitedStates;
         }
-        return LANGID{0x0409};
-    }();
+    }
+    return englishOfTheUnitedStates;
+}
+
+LANGID userLanguage() {
+    static const LANGID language = languageFor("LC_MESSAGES");
     return language;
+}
+
+LANGID numbersLanguage() {
+    static const LANGID language = languageFor("LC_NUMERIC");
+    return language;
+}
+
+LANGID measurementLanguage() {
+    static const LANGID language = languageFor("LC_MEASUREMENT");
+    return language;
+}
+
+const KnownLanguage* knownLanguage(LANGID language) {
+    const auto found =
+        std::find_if(std::begin(knownLanguages), std::end(knownLanguages),
+                     [language](const KnownLanguage& known) { return known.language == language; });
+    return found == std::end(knownLanguages) ? nullptr : found;
+}
+
+// What a user's locale says is the affair of its category; another locale's language says all.
+const KnownLanguage* languageOf(LCID locale, LANGID (*category)()) {
+    switch (locale) {
+    case 0:
+    case LOCALE_USER_DEFAULT:
+    case LOCALE_SYSTEM_DEFAULT:
+        return knownLanguage(category());
+    default:
+        return knownLanguage(LANGIDFROMLCID(locale));
+    }
+}
+
+bool isMeasuredInInches(const KnownLanguage& language) {
+    return std::string_view(language.name).substr(3) == "US";
+}
+
+bool localeText(LCTYPE type, LCID locale, std::wstring& text) {
+    const KnownLanguage* const language =
+        languageOf(locale, type == LOCALE_IMEASURE                               ? measurementLanguage
+                           : type == LOCALE_SDECIMAL || type == LOCALE_STHOUSAND ? numbersLanguage
+                                                                                 : userLanguage);
+    if (!language) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    const std::wstring name(language->name, language->name + 5);
+    switch (type) {
+    case LOCALE_IMEASURE:
+        text = isMeasuredInInches(*language) ? L"1" : L"0";
+        return true;
+    case LOCALE_SDECIMAL:
+        text = language->decimal;
+        return true;
+    case LOCALE_STHOUSAND:
+        text = language->thousands;
+        return true;
+    case LOCALE_SISO639LANGNAME:
+        text = name.substr(0, 2);
+        return true;
+    case LOCALE_SISO3166CTRYNAME:
+        text = name.substr(3);
+        return true;
+    case LOCALE_SNAME:
+        text = name.substr(0, 2) + L"-" + name.substr(3);
+        return true;
+    default:
+        SetLastError(ERROR_INVALID_FLAGS);
+        return false;
+    }
 }
 
 } // namespace
@@ -278,4 +374,31 @@ LCID GetSystemDefaultLCID() {
 
 LCID GetThreadLocale() {
     return MAKELCID(userLanguage(), SORT_DEFAULT);
+}
+
+int GetLocaleInfoW(LCID locale, LCTYPE type, LPWSTR buffer, int size) {
+    if (size < 0 || (size > 0 && !buffer))
+        return fail(ERROR_INVALID_PARAMETER);
+    return mvplat::guarded(0, [&] {
+        std::wstring text;
+        const LCTYPE number = type & LOCALE_RETURN_NUMBER;
+        type &= ~(LOCALE_NOUSEROVERRIDE | LOCALE_USE_CP_ACP | LOCALE_RETURN_NUMBER);
+        if (!localeText(type, locale, text))
+            return 0;
+        if (number && type != LOCALE_IMEASURE)
+            return fail(ERROR_INVALID_FLAGS);
+        const int needed =
+            number ? static_cast<int>(sizeof(DWORD) / sizeof(WCHAR)) : static_cast<int>(text.size()) + 1;
+        if (size == 0)
+            return needed;
+        if (size < needed)
+            return fail(ERROR_INSUFFICIENT_BUFFER);
+        if (number) {
+            const DWORD value = static_cast<DWORD>(text[0] - L'0');
+            std::memcpy(buffer, &value, sizeof value);
+        } else {
+            std::wmemcpy(buffer, text.c_str(), static_cast<std::size_t>(needed));
+        }
+        return needed;
+    });
 }

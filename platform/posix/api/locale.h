@@ -79,3 +79,19 @@ MVPLAT_API LANGID WINAPI GetUserDefaultUILanguage(void);
 MVPLAT_API LCID WINAPI GetUserDefaultLCID(void);
 MVPLAT_API LCID WINAPI GetSystemDefaultLCID(void);
 MVPLAT_API LCID WINAPI GetThreadLocale(void);
+
+#define LOCALE_IMEASURE 0x0000000D         // "0" metric, "1" the United States' system
+#define LOCALE_SDECIMAL 0x0000000E         // the decimal sign
+#define LOCALE_STHOUSAND 0x0000000F        // the sign between thousands
+#define LOCALE_SISO639LANGNAME 0x00000059  // "en"
+#define LOCALE_SISO3166CTRYNAME 0x0000005A // "US"
+#define LOCALE_SNAME 0x0000005C            // "en-US"
+#define LOCALE_RETURN_NUMBER 0x20000000    // with LOCALE_IMEASURE: the number, as a DWORD in the buffer
+#define LOCALE_USE_CP_ACP 0x40000000
+#define LOCALE_NOUSEROVERRIDE 0x80000000u
+
+// Facts of a locale: of the one with that language, or of the user's with LOCALE_USER_DEFAULT, which takes
+// measures from LC_MEASUREMENT and signs from LC_NUMERIC where LC_ALL does not stand above them. Answers the
+// characters with the NUL, or their number when the size is 0. 0 with last error 87 (locale not known, bad
+// size), 1004 (no such fact) or 122 (buffer too small).
+MVPLAT_API int WINAPI GetLocaleInfoW(LCID locale, LCTYPE type, LPWSTR buffer, int size);
