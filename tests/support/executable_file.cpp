@@ -126,6 +126,10 @@ std::string ExecutableFile::Bytes(bool wide) const {
     return Executable(Section(kVersionType, Resource()), wide);
 }
 
+std::string ExecutableFile::BytesWith(const std::string& resource) {
+    return Executable(Section(kVersionType, resource), false);
+}
+
 std::string ExecutableFile::BytesWithoutResources() {
     return Executable("", false);
 }

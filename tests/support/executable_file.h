@@ -23,6 +23,8 @@ struct ExecutableFile {
     // The version resource by itself; a whole executable of 32 or 64 bits with it.
     std::string Resource() const;
     std::string Bytes(bool wide = false) const;
+    // An executable with any bytes for its version resource.
+    static std::string BytesWith(const std::string& resource);
     // An executable without any resource, and one with another resource than a version.
     static std::string BytesWithoutResources();
     static std::string BytesWithoutVersion();
