@@ -16,7 +16,7 @@ file(REMOVE_RECURSE ${WORK}/prefix ${WORK}/consumer)
 step("Installing" ${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
 
 set(settings -DCMAKE_BUILD_TYPE=${TYPE} "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_PREFIX_PATH=${WORK}/prefix
-             -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH -DCMAKE_RUNTIME_OUTPUT_DIRECTORY=${WORK}/prefix/bin)
+             -DCMAKE_RUNTIME_OUTPUT_DIRECTORY=${WORK}/prefix/bin)
 if(TOOLCHAIN)
   list(APPEND settings -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
   set(suffix .exe)
