@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -17,6 +18,16 @@ namespace {
 
 constexpr int NO_MEMORY = -1;
 constexpr wchar_t PATH_SEPARATOR = L'/';
+
+using Pair = CMap<CString, LPCWSTR, ITEMBLOCOPCIONS, ITEMBLOCOPCIONS&>::CPair;
+
+// From so many entries on, a walk that fetches its entries ahead is worth the list that it needs.
+constexpr std::size_t MANY = 256;
+constexpr std::size_t AHEAD = 4;
+
+struct Free {
+    void operator()(void* block) const { std::free(block); }
+};
 
 // 32 bits are what a data block keeps, and what a long has on Windows.
 long Cut(long value) {
@@ -408,8 +419,25 @@ unsigned char* TBlocOpcions::ToBlocDades(unsigned int& nSize) const {
     nSize = 0;
     try {
         Writer writer;
-        for (auto pair = m_mapValors.PGetFirstAssoc(); pair; pair = m_mapValors.PGetNextAssoc(pair))
-            writer.Add(pair->key, pair->value);
+        const auto count = static_cast<std::size_t>(m_mapValors.GetCount());
+        const std::unique_ptr<const Pair*[], Free> entries(
+            count >= MANY ? static_cast<const Pair**>(std::malloc(count * sizeof(Pair*))) : nullptr);
+        if (!entries || !m_mapValors.PGetAll(entries.get())) {
+            for (auto pair = m_mapValors.PGetFirstAssoc(); pair; pair = m_mapValors.PGetNextAssoc(pair))
+                writer.Add(pair->key, pair->value);
+            return writer.Detach(nSize);
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            if (i + 2 * AHEAD < count)
+                __builtin_prefetch(entries[i + 2 * AHEAD]);
+            if (i + AHEAD < count) {
+                const Pair* next = entries[i + AHEAD];
+                __builtin_prefetch(next->key.GetString());
+                if (next->value.nTipus > REAL)
+                    __builtin_prefetch(next->value.pDades);
+            }
+            writer.Add(entries[i]->key, entries[i]->value);
+        }
         return writer.Detach(nSize);
     } catch (CException* error) {
         error->Delete();
@@ -430,8 +458,9 @@ int TBlocOpcions::FromBlocDades(const unsigned char* pData, unsigned int nSize, 
             entry.Load(item);
             if (!name.Set(entry.name, entry.nameSize))
                 return NO_MEMORY;
-            result = storeOrFail(name.Get(), std::move(item));
-            if (result < 0)
+            if (name.IsPlain())
+                store(name.Get(), std::move(item));
+            else if ((result = storeOrFail(name.Get(), std::move(item))) < 0)
                 return result;
         }
         return result;
@@ -443,17 +472,19 @@ int TBlocOpcions::FromBlocDades(const unsigned char* pData, unsigned int nSize, 
 
 // ---- Private
 
-// The value of `name`; one of a nested block is loaded into `scratch`. Null when there is none.
+// The value of `name`; one of a nested block is loaded into `scratch`. Null when there is none. No entry has
+// a name with a separator, so the way through nested blocks need not be tried first.
 const ITEMBLOCOPCIONS* TBlocOpcions::find(const wchar_t* name, ITEMBLOCOPCIONS& scratch) const {
-    if (const wchar_t* slash = name ? std::wcschr(name, PATH_SEPARATOR) : nullptr) {
-        const CString head(name, static_cast<int>(slash - name));
-        const auto pair = m_mapValors.PLookup(head);
-        if (pair && pair->value.nTipus == SUB_BLOCK)
-            return FindNested(pair->value.pDades, pair->value.dwMida, slash + 1, scratch) ? &scratch
-                                                                                          : nullptr;
-    }
-    const auto pair = m_mapValors.PLookup(name);
-    return pair ? &pair->value : nullptr;
+    if (const auto pair = m_mapValors.PLookup(name))
+        return &pair->value;
+    const wchar_t* slash = name ? std::wcschr(name, PATH_SEPARATOR) : nullptr;
+    if (!slash)
+        return nullptr;
+    const auto pair = m_mapValors.PLookup(CString(name, static_cast<int>(slash - name)));
+    return pair && pair->value.nTipus == SUB_BLOCK &&
+                   FindNested(pair->value.pDades, pair->value.dwMida, slash + 1, scratch)
+               ? &scratch
+               : nullptr;
 }
 
 // Stores under a name that is taken as it is.

@@ -7,7 +7,6 @@
 #include "win32.h"
 
 #include <cstdlib>
-#include <limits>
 #include <new>
 #include <utility>
 #include <vector>
@@ -44,10 +43,10 @@ void AddAttribute(XMLNode& element, const wchar_t* name, const wchar_t* value) {
 // Every byte by "%X": those below 0x10 have one digit. Kept: the text cannot always be told apart again.
 wchar_t* HexDigits(const unsigned char* bytes, unsigned size) {
     static constexpr wchar_t DIGITS[] = L"0123456789ABCDEF";
-    if (size > (std::numeric_limits<std::size_t>::max() / sizeof(wchar_t) - 1) / 2)
+    const unsigned long long room = (2 * static_cast<unsigned long long>(size) + 1) * sizeof(wchar_t);
+    if (static_cast<std::size_t>(room) != room)
         return nullptr;
-    auto text =
-        static_cast<wchar_t*>(std::malloc((2 * static_cast<std::size_t>(size) + 1) * sizeof(wchar_t)));
+    auto text = static_cast<wchar_t*>(std::malloc(static_cast<std::size_t>(room)));
     if (!text)
         return nullptr;
     wchar_t* at = text;

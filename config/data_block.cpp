@@ -17,13 +17,6 @@ namespace {
 
 constexpr bool CODE_POINTS = sizeof(wchar_t) > 2; // a wide character may stand for two UTF-16 units
 
-bool IsAscii(const unsigned char* bytes, unsigned size) {
-    unsigned char all = 0;
-    for (unsigned i = 0; i < size; ++i)
-        all |= bytes[i];
-    return all < 0x80;
-}
-
 // The UTF-16 units of a wide text, each delivered to `put`.
 template <class Put>
 void ForEachUnit(const wchar_t* text, std::size_t length, Put put) {
@@ -55,26 +48,41 @@ WideText::~WideText() {
         std::free(m_text);
 }
 
+// Room for `length` characters and a NUL. What was in it is lost.
+inline bool WideText::reserve(std::size_t length) {
+    if (length < m_capacity)
+        return true;
+    auto grown = static_cast<wchar_t*>(std::malloc((length + 1) * sizeof(wchar_t)));
+    if (!grown)
+        return false;
+    if (m_text != m_small)
+        std::free(m_text);
+    m_text = grown;
+    m_capacity = length + 1;
+    return true;
+}
+
 bool WideText::Set(const unsigned char* bytes, unsigned size) {
-    const bool ascii = IsAscii(bytes, size);
-    int count = static_cast<int>(size);
-    const auto narrow = reinterpret_cast<const char*>(bytes);
-    if (!ascii && (count = MultiByteToWideChar(CP_THREAD_ACP, 0, narrow, count, nullptr, 0)) < 0)
-        count = 0;
-    if (static_cast<std::size_t>(count) >= m_capacity) {
-        auto grown = static_cast<wchar_t*>(std::malloc((count + std::size_t{1}) * sizeof(wchar_t)));
-        if (!grown)
-            return false;
-        if (m_text != m_small)
-            std::free(m_text);
-        m_text = grown;
-        m_capacity = count + std::size_t{1};
+    if (!reserve(size))
+        return false;
+    unsigned char all = 0;
+    unsigned char slashes = 0;
+    for (unsigned i = 0; i < size; ++i) {
+        all |= bytes[i];
+        slashes |= bytes[i] == '/';
+        m_text[i] = bytes[i];
     }
-    if (ascii)
-        std::copy_n(bytes, size, m_text);
-    else if (count > 0)
+    m_text[size] = 0;
+    m_plain = (all & 0x80) == 0 && slashes == 0;
+    if (all < 0x80)
+        return true;
+    const auto narrow = reinterpret_cast<const char*>(bytes);
+    const int count = MultiByteToWideChar(CP_THREAD_ACP, 0, narrow, static_cast<int>(size), nullptr, 0);
+    if (!reserve(static_cast<std::size_t>(std::max(count, 0))))
+        return false;
+    m_text[std::max(count, 0)] = 0;
+    if (count > 0)
         MultiByteToWideChar(CP_THREAD_ACP, 0, narrow, static_cast<int>(size), m_text, count);
-    m_text[count] = 0;
     return true;
 }
 
@@ -216,6 +224,32 @@ int Reader::Next(Entry& entry) {
 
 // ---- Writing
 
+[[gnu::noinline]] bool Writer::grow(std::size_t count) {
+    unsigned char* grown = nullptr;
+    std::size_t capacity = 0;
+    if (!m_failed && count <= SIZE_MAX / 2 - m_size) {
+        capacity = std::max({m_size + count, m_capacity + m_capacity / 2, std::size_t{512}});
+        grown = static_cast<unsigned char*>(std::realloc(m_block, capacity));
+    }
+    if (!grown) {
+        m_failed = true;
+        m_capacity = m_size; // nothing more fits, ever
+        return false;
+    }
+    m_block = grown;
+    m_capacity = capacity;
+    return true;
+}
+
+// Room for `count` bytes at the end; null, now and ever after, when there is none.
+inline unsigned char* Writer::reserve(std::size_t count) {
+    if (m_capacity - m_size < count && !grow(count))
+        return nullptr;
+    unsigned char* at = m_block + m_size;
+    m_size += count;
+    return at;
+}
+
 Writer::Writer() {
     if (unsigned char* at = reserve(SIGNATURE_SIZE))
         std::memcpy(at, SIGNATURE, SIGNATURE_SIZE);
@@ -229,7 +263,7 @@ void Writer::Add(const CString& name, const ITEMBLOCOPCIONS& item) {
     // No kind of the written form stands for these.
     if (item.nTipus < NONE || item.nTipus == NARROW_TEXT || item.nTipus > TEXT)
         return;
-    addName(name);
+    addName(name, static_cast<std::size_t>(name.GetLength()));
     unsigned char* at = reserve(1);
     if (!at)
         return;
@@ -259,44 +293,28 @@ unsigned char* Writer::Detach(unsigned& size) {
     size = 0;
     if (m_failed || m_size > UINT_MAX)
         return nullptr;
-    // Giving back what is left over cannot fail in a way that matters.
-    void* fitting = std::realloc(m_block, m_size);
+    // What is left over goes back where it is worth the trouble. Failing to do that matters to nobody.
+    void* fitting = m_capacity - m_size > 512 ? std::realloc(m_block, m_size) : nullptr;
     auto block = fitting ? static_cast<unsigned char*>(fitting) : m_block;
     m_block = nullptr;
     size = static_cast<unsigned>(m_size);
     return block;
 }
 
-// Room for `count` bytes at the end; null, now and ever after, when there is none.
-unsigned char* Writer::reserve(std::size_t count) {
-    if (m_failed)
-        return nullptr;
-    if (m_capacity - m_size < count) {
-        unsigned char* grown = nullptr;
-        std::size_t capacity = 0;
-        if (count <= SIZE_MAX / 2 - m_size) {
-            capacity = std::max({m_size + count, m_capacity + m_capacity / 2, std::size_t{256}});
-            grown = static_cast<unsigned char*>(std::realloc(m_block, capacity));
-        }
-        if (!grown) {
-            m_failed = true;
-            return nullptr;
-        }
-        m_block = grown;
-        m_capacity = capacity;
-    }
-    unsigned char* at = m_block + m_size;
-    m_size += count;
-    return at;
-}
-
 // As many bytes as the name has UTF-16 units, even where its conversion has more or fewer.
-void Writer::addName(const CString& name) {
-    const wchar_t* text = name;
-    const auto length = static_cast<std::size_t>(name.GetLength());
-    std::uint32_t all = 0;
-    for (std::size_t i = 0; i < length; ++i)
-        all |= static_cast<std::uint32_t>(text[i]);
+void Writer::addName(const wchar_t* text, std::size_t length) {
+    // Nearly every name is short and ASCII.
+    if (unsigned char* at = reserve(2 + length)) {
+        coding::PutU16(at, static_cast<std::uint16_t>(length));
+        std::uint32_t all = 0;
+        for (std::size_t i = 0; i < length; ++i) {
+            all |= static_cast<std::uint32_t>(text[i]);
+            at[2 + i] = static_cast<unsigned char>(text[i]);
+        }
+        if (all < 0x80 && length <= 0xFFFF)
+            return;
+        m_size -= 2 + length;
+    }
     const std::size_t units = CountUnits(text, length);
     const std::size_t count = units & 0xFFFF;
     unsigned char* at = reserve(2 + count);
@@ -304,10 +322,6 @@ void Writer::addName(const CString& name) {
         return;
     coding::PutU16(at, static_cast<std::uint16_t>(count));
     at += 2;
-    if (all < 0x80) {
-        std::copy_n(text, count, at);
-        return;
-    }
     std::memset(at, 0, count);
     // In a page of single bytes each unit of a pair becomes a substitute of its own.
     CString apart;
@@ -332,6 +346,19 @@ void Writer::addName(const CString& name) {
 // Kept: a text of more bytes than the count can say is cut where the count's low 16 bits end.
 void Writer::addText(const wchar_t* text) {
     const std::size_t length = text ? std::wcslen(text) : 0;
+    if (length <= 0x7FFF) {
+        if (unsigned char* at = reserve(2 + 2 * length)) {
+            coding::PutU16(at, static_cast<std::uint16_t>(2 * length));
+            std::uint32_t all = 0;
+            for (std::size_t i = 0; i < length; ++i) {
+                all |= static_cast<std::uint32_t>(text[i]);
+                coding::PutU16(at + 2 + 2 * i, static_cast<std::uint16_t>(text[i]));
+            }
+            if (all <= 0xFFFF)
+                return;
+            m_size -= 2 + 2 * length;
+        }
+    }
     const std::size_t count = CountUnits(text, length) * 2 & 0xFFFF;
     unsigned char* at = reserve(2 + count);
     if (!at)

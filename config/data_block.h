@@ -28,8 +28,13 @@ public:
     bool Set(const unsigned char* bytes, unsigned size);
     // Valid until the next Set. A text may hold NULs; whoever reads it as a C string sees it up to the first.
     const wchar_t* Get() const { return m_text; }
+    // Whether it is known to hold no "/".
+    bool IsPlain() const { return m_plain; }
 
 private:
+    bool reserve(std::size_t length);
+
+    bool m_plain = false;
     wchar_t* m_text = m_small;
     std::size_t m_capacity = SMALL;
     static constexpr std::size_t SMALL = 128;
@@ -79,8 +84,9 @@ public:
     unsigned char* Detach(unsigned& size);
 
 private:
+    bool grow(std::size_t count);
     unsigned char* reserve(std::size_t count);
-    void addName(const CString& name);
+    void addName(const wchar_t* text, std::size_t length);
     void addText(const wchar_t* text);
     void addBytes(const void* bytes, unsigned size);
 

@@ -12,8 +12,10 @@
 #include "afx.h"
 #include "afxplex_.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -29,6 +31,13 @@ inline void CopyElements(TYPE* pDest, const TYPE* pSrc, INT_PTR nCount) {
 template <class TYPE, class ARG_TYPE>
 inline BOOL CompareElements(const TYPE* pElement1, const ARG_TYPE* pElement2) {
     return *pElement1 == *pElement2;
+}
+
+// Texts: unit by unit. Null is as empty.
+template <>
+inline BOOL CompareElements<CString, LPCWSTR>(const CString* pElement1, const LPCWSTR* pElement2) {
+    return *pElement2 == nullptr ? pElement1->IsEmpty()
+                                 : std::wcscmp(pElement1->GetString(), *pElement2) == 0;
 }
 
 template <class TYPE>
@@ -49,7 +58,23 @@ inline UINT HashKey(ARG_KEY key) {
 template <>
 inline UINT HashKey<LPCWSTR>(LPCWSTR key) {
     UINT nHash = 0;
-    for (; key != nullptr && *key != 0; ++key) {
+    if (key == nullptr)
+        return nHash;
+    // Four units at once: a step by itself waits for the one before it.
+    for (;; key += 4) {
+        const auto a = static_cast<std::uint32_t>(key[0]);
+        if (a == 0)
+            return nHash;
+        const auto b = static_cast<std::uint32_t>(key[1]);
+        if (b == 0 || (sizeof(wchar_t) > 2 && (a | b) > 0xFFFF))
+            break;
+        const auto c = static_cast<std::uint32_t>(key[2]);
+        const auto d = c == 0 ? 0 : static_cast<std::uint32_t>(key[3]);
+        if (d == 0 || (sizeof(wchar_t) > 2 && (c | d) > 0xFFFF))
+            break;
+        nHash = nHash * (33 * 33 * 33 * 33) + a * (33 * 33 * 33) + b * (33 * 33) + c * 33 + d;
+    }
+    for (; *key != 0; ++key) {
         auto unit = static_cast<std::uint32_t>(*key);
         if constexpr (sizeof(wchar_t) > 2) {
             if (unit > 0xFFFF) {
@@ -605,6 +630,58 @@ public:
         return next(static_cast<const CAssoc*>(pAssoc));
     }
 
+    // All entries in the order of the walk, into room for GetCount() pointers. A walk waits for memory at
+    // every entry of a large map; this goes down all buckets at once. FALSE, and nothing is stored, when it
+    // has no memory for that.
+    BOOL PGetAll(const CPair** ppPairs) const {
+        constexpr UINT nMost = 64;
+        if (m_nHashTableSize > nMost) {
+            for (const CPair* p = PGetFirstAssoc(); p != nullptr; p = PGetNextAssoc(p))
+                *ppPairs++ = p;
+            return TRUE;
+        }
+        auto** ppFound = static_cast<const CPair**>(
+            std::malloc((static_cast<std::size_t>(m_nCount) + 1) * sizeof(const CPair*)));
+        if (ppFound == nullptr)
+            return FALSE;
+        const CAssoc* heads[nMost];
+        UINT buckets[nMost];
+        INT_PTR nLengths[nMost] = {};
+        UINT nOpen = 0;
+        for (UINT i = 0; m_nCount > 0 && i < m_nHashTableSize; ++i)
+            if (m_pHashTable[i] != nullptr) {
+                heads[nOpen] = m_pHashTable[i];
+                buckets[nOpen++] = i;
+            }
+        const CPair** ppEnd = ppFound;
+        for (UINT nRound = nOpen; nRound > 0;) {
+            UINT nStill = 0;
+            for (UINT i = 0; i < nRound; ++i) {
+                *ppEnd++ = heads[i];
+                ++nLengths[buckets[i]];
+                if (const CAssoc* pNext = heads[i]->pNext) {
+                    heads[nStill] = pNext;
+                    buckets[nStill++] = buckets[i];
+                }
+            }
+            nRound = nStill;
+        }
+        // They came in rounds of one from each bucket that was not at its end.
+        const CPair** places[nMost];
+        for (UINT i = 0; i < m_nHashTableSize; ++i) {
+            places[i] = ppPairs;
+            ppPairs += nLengths[i];
+        }
+        for (const CPair** pp = ppFound; pp != ppEnd;)
+            for (UINT i = 0; i < m_nHashTableSize; ++i)
+                if (nLengths[i] > 0) {
+                    --nLengths[i];
+                    *places[i]++ = *pp++;
+                }
+        std::free(ppFound);
+        return TRUE;
+    }
+
     UINT GetHashTableSize() const { return m_nHashTableSize; }
     // Sets the number of buckets of an empty map; a map with keys throws CInvalidArgException, and so does 0.
     void InitHashTable(UINT nHashSize, BOOL bAllocNow = TRUE) {
@@ -625,11 +702,16 @@ protected:
     INT_PTR m_nBlockSize;
 
 private:
-    // An open-addressing table of all entries. Slots hold null, an entry, or the mark of a removed one.
+    // An open-addressing table of all entries. Slots hold null, an entry, or the mark of a removed one, and
+    // the entry's hash, so that entries are looked at only when they are likely to be the right ones.
+    struct Slot {
+        CAssoc* p;
+        UINT nHash;
+    };
     struct Index {
         UINT nMask;
         UINT nUsed; // entries and marks
-        CAssoc* slots[1];
+        Slot slots[1];
     };
     static CAssoc* removedMark() { return reinterpret_cast<CAssoc*>(static_cast<UINT_PTR>(1)); }
     static UINT mixed(UINT nHash) {
@@ -652,22 +734,26 @@ private:
         m_pHashTable = nullptr;
     }
 
-    static bool matches(const CAssoc* p, ARG_KEY& key, UINT nHash) {
-        return p->nHashValue == nHash &&
-               CompareElements<KEY, std::remove_reference_t<ARG_KEY>>(&p->key, &key);
+    // The usual number of buckets by a multiplication: dividing takes longer than all the rest.
+    UINT bucketOf(UINT nHash) const { return m_nHashTableSize == 17 ? nHash % 17 : nHash % m_nHashTableSize; }
+
+    static bool matches(const CAssoc* p, ARG_KEY& key) {
+        return CompareElements<KEY, std::remove_reference_t<ARG_KEY>>(&p->key, &key);
     }
     CAssoc* find(ARG_KEY key, UINT nHash) const {
         if (m_pHashTable == nullptr)
             return nullptr;
         if (const Index* pIndex = index()) {
-            for (UINT i = mixed(nHash) & pIndex->nMask; pIndex->slots[i] != nullptr;
-                 i = (i + 1) & pIndex->nMask)
-                if (pIndex->slots[i] != removedMark() && matches(pIndex->slots[i], key, nHash))
-                    return pIndex->slots[i];
-            return nullptr;
+            for (UINT i = mixed(nHash) & pIndex->nMask;; i = (i + 1) & pIndex->nMask) {
+                const Slot& slot = pIndex->slots[i];
+                if (slot.p == nullptr)
+                    return nullptr;
+                if (slot.nHash == nHash && slot.p != removedMark() && matches(slot.p, key))
+                    return slot.p;
+            }
         }
-        for (CAssoc* p = m_pHashTable[nHash % m_nHashTableSize]; p != nullptr; p = p->pNext)
-            if (matches(p, key, nHash))
+        for (CAssoc* p = m_pHashTable[bucketOf(nHash)]; p != nullptr; p = p->pNext)
+            if (p->nHashValue == nHash && matches(p, key))
                 return p;
         return nullptr;
     }
@@ -675,9 +761,11 @@ private:
         if (m_pHashTable == nullptr)
             makeTable();
         if (m_pFreeList == nullptr) {
-            CAssoc* pBlock =
-                static_cast<CAssoc*>(CPlex::Create(m_pBlocks, m_nBlockSize, sizeof(CAssoc))->data());
-            for (INT_PTR i = m_nBlockSize - 1; i >= 0; --i) {
+            // Large maps grow by larger blocks.
+            INT_PTR nMax = std::max(m_nBlockSize, std::min<INT_PTR>(m_nCount / 8, 256));
+            CAssoc* pBlock = static_cast<CAssoc*>(
+                CPlex::Create(m_pBlocks, static_cast<UINT_PTR>(nMax), sizeof(CAssoc))->data());
+            for (INT_PTR i = nMax - 1; i >= 0; --i) {
                 nextFree(pBlock + i) = m_pFreeList;
                 m_pFreeList = pBlock + i;
             }
@@ -692,7 +780,7 @@ private:
         }
         m_pFreeList = pNextFree;
         p->nHashValue = nHash;
-        CAssoc*& rBucket = m_pHashTable[nHash % m_nHashTableSize];
+        CAssoc*& rBucket = m_pHashTable[bucketOf(nHash)];
         p->pNext = rBucket;
         if (rBucket != nullptr)
             rBucket->pPrev = p;
@@ -702,14 +790,14 @@ private:
         return p;
     }
     void remove(CAssoc* p) {
-        (p->pPrev != nullptr ? p->pPrev->pNext : m_pHashTable[p->nHashValue % m_nHashTableSize]) = p->pNext;
+        (p->pPrev != nullptr ? p->pPrev->pNext : m_pHashTable[bucketOf(p->nHashValue)]) = p->pNext;
         if (p->pNext != nullptr)
             p->pNext->pPrev = p->pPrev;
         if (Index* pIndex = index()) {
             UINT i = mixed(p->nHashValue) & pIndex->nMask;
-            while (pIndex->slots[i] != p)
+            while (pIndex->slots[i].p != p)
                 i = (i + 1) & pIndex->nMask;
-            pIndex->slots[i] = removedMark();
+            pIndex->slots[i].p = removedMark();
         }
         p->~CAssoc();
         nextFree(p) = m_pFreeList;
@@ -727,36 +815,41 @@ private:
                 rebuildIndex();
             return;
         }
-        if (pIndex->nUsed + 1 > pIndex->nMask / 2) {
+        place(pIndex, pNew, pNew->nHashValue);
+        if (pIndex->nUsed > pIndex->nMask / 4 * 3)
             rebuildIndex();
-            return;
-        }
-        place(pIndex, pNew);
     }
-    static void place(Index* pIndex, CAssoc* p) {
-        UINT i = mixed(p->nHashValue) & pIndex->nMask;
-        while (pIndex->slots[i] != nullptr)
+    static void place(Index* pIndex, CAssoc* p, UINT nHash) {
+        UINT i = mixed(nHash) & pIndex->nMask;
+        while (pIndex->slots[i].p != nullptr)
             i = (i + 1) & pIndex->nMask;
-        pIndex->slots[i] = p;
+        pIndex->slots[i] = {p, nHash};
         ++pIndex->nUsed;
     }
     // Without memory for it the map goes on without an index.
     void rebuildIndex() {
-        std::free(index());
+        Index* pOld = index();
         index() = nullptr;
         std::size_t nSlots = 64;
-        while (nSlots / 4 < static_cast<std::size_t>(m_nCount))
+        while (nSlots / 2 < static_cast<std::size_t>(m_nCount))
             nSlots *= 2;
-        if (nSlots > (std::size_t(1) << 28))
-            return;
-        auto* pIndex = static_cast<Index*>(std::calloc(1, sizeof(Index) + (nSlots - 1) * sizeof(CAssoc*)));
-        if (pIndex == nullptr)
-            return;
-        pIndex->nMask = static_cast<UINT>(nSlots - 1);
-        for (UINT i = 0; i < m_nHashTableSize; ++i)
-            for (CAssoc* p = m_pHashTable[i]; p != nullptr; p = p->pNext)
-                place(pIndex, p);
-        index() = pIndex;
+        Index* pIndex = nullptr;
+        if (nSlots <= (std::size_t(1) << 28))
+            pIndex = static_cast<Index*>(std::calloc(1, sizeof(Index) + (nSlots - 1) * sizeof(Slot)));
+        if (pIndex != nullptr) {
+            pIndex->nMask = static_cast<UINT>(nSlots - 1);
+            if (pOld != nullptr) {
+                for (UINT i = 0; i <= pOld->nMask; ++i)
+                    if (pOld->slots[i].p != nullptr && pOld->slots[i].p != removedMark())
+                        place(pIndex, pOld->slots[i].p, pOld->slots[i].nHash);
+            } else {
+                for (UINT i = 0; i < m_nHashTableSize; ++i)
+                    for (CAssoc* p = m_pHashTable[i]; p != nullptr; p = p->pNext)
+                        place(pIndex, p, p->nHashValue);
+            }
+            index() = pIndex;
+        }
+        std::free(pOld);
     }
 
     CAssoc* firstFrom(UINT nBucket) const {
@@ -766,7 +859,7 @@ private:
         return nullptr;
     }
     CAssoc* next(const CAssoc* p) const {
-        return p->pNext != nullptr ? p->pNext : firstFrom(p->nHashValue % m_nHashTableSize + 1);
+        return p->pNext != nullptr ? p->pNext : firstFrom(bucketOf(p->nHashValue) + 1);
     }
     CAssoc* current(POSITION pos) const {
         ENSURE(pos != nullptr && m_pHashTable != nullptr);

@@ -10,7 +10,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <typeinfo>
 
 class FileBlock {
@@ -60,9 +59,10 @@ private:
     }
 
     static unsigned char* place(unsigned char* block, DWORD capacity) {
-        if (capacity > std::numeric_limits<std::size_t>::max() - HEADER_SIZE)
+        const unsigned long long size = static_cast<unsigned long long>(capacity) + HEADER_SIZE;
+        if (static_cast<std::size_t>(size) != size)
             return nullptr;
-        void* memory = std::realloc(block ? block - HEADER_SIZE : nullptr, HEADER_SIZE + capacity);
+        void* memory = std::realloc(block ? block - HEADER_SIZE : nullptr, static_cast<std::size_t>(size));
         if (!memory)
             return nullptr;
         unsigned char* placed = static_cast<unsigned char*>(memory) + HEADER_SIZE;
