@@ -31,23 +31,37 @@ function(mvlib_install_package)
     install(FILES ${MVLIB_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 
-  set(left_out)
-  if(NOT WIN32)
-    foreach(header ${MVLIB_WINDOWS_HEADERS})
-      list(APPEND left_out PATTERN ${header} EXCLUDE)
-    endforeach()
-  endif()
   install(
     DIRECTORY include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mvlib62
     COMPONENT headers
-    FILES_MATCHING PATTERN "*.h" ${left_out})
+    FILES_MATCHING
+    PATTERN "*.h"
+    PATTERN windows EXCLUDE)
+  if(WIN32)
+    install(
+      DIRECTORY ${MVLIB_WINDOWS_HEADERS}/
+      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/mvlib62
+      COMPONENT headers
+      FILES_MATCHING
+      PATTERN "*.h")
+  endif()
   set(framework_headers ${CMAKE_INSTALL_INCLUDEDIR}/mvafx62)
   install(
     DIRECTORY framework/
     DESTINATION ${framework_headers}
     COMPONENT headers
-    FILES_MATCHING PATTERN "afx*.h" PATTERN "atl*.h" PATTERN "cstringt.h")
+    FILES_MATCHING
+    PATTERN "afx*.h"
+    PATTERN "atl*.h"
+    PATTERN "cstringt.h"
+    PATTERN win32 EXCLUDE
+    PATTERN posix EXCLUDE)
+  install(
+    DIRECTORY framework/${MVAFX_TARGET_FOLDER}/
+    DESTINATION ${framework_headers}
+    COMPONENT headers
+    FILES_MATCHING PATTERN "afx*.h")
   install(FILES platform/dde.h platform/event_view.h platform/win32.h platform/mvafx_export.h DESTINATION ${framework_headers} COMPONENT headers)
   if(NOT WIN32)
     install(

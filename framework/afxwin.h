@@ -189,19 +189,7 @@ protected:
     CCmdTarget();
 };
 
-// A window, or the object that will stand for one: m_hWnd is null until there is a window. The object does not
-// own it and destroys nothing. Belongs to the thread of its window.
-class MVAFX_API CWnd : public CCmdTarget {
-    DECLARE_DYNAMIC(CWnd)
-public:
-    CWnd();
-    ~CWnd() override;
-
-    // The window's handle, null when there is none. Not to be called through a null pointer.
-    HWND GetSafeHwnd() const { return m_hWnd; }
-
-    HWND m_hWnd;
-};
+#include "afxwnd.h"
 
 // A thread that the framework knows. Where threads have no message queue, Run idles as long as OnIdle wants
 // and ends, and PumpMessage answers FALSE.

@@ -1,5 +1,6 @@
 // The application object, threads, message boxes.
 #include "afxwin.h"
+#include "tempmaps.h"
 #include "threadstate.h"
 
 #include <cstdlib>
@@ -90,6 +91,8 @@ BOOL CWinThread::PreTranslateMessage(MSG*) {
     return FALSE;
 }
 BOOL CWinThread::OnIdle(LONG) {
+    if (mvafx::threadState().nTempMapLock == 0)
+        mvafx::deleteTemporaryObjects();
     return FALSE;
 }
 int CWinThread::ExitInstance() {
@@ -192,9 +195,13 @@ BOOL AfxWinInit(HINSTANCE hInstance, HINSTANCE, LPTSTR lpCmdLine, int nCmdShow) 
 void AfxLockTempMaps() {
     ++mvafx::threadState().nTempMapLock;
 }
-BOOL AfxUnlockTempMaps(BOOL) {
+BOOL AfxUnlockTempMaps(BOOL bDeleteTemps) {
     long& rCount = mvafx::threadState().nTempMapLock;
-    return rCount > 0 && --rCount == 0;
+    if (rCount == 0 || --rCount > 0)
+        return FALSE;
+    if (bDeleteTemps)
+        mvafx::deleteTemporaryObjects();
+    return TRUE;
 }
 
 // ---- Message boxes

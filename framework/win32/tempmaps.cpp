@@ -1,0 +1,10 @@
+#include "tempmaps.h"
+
+#include "afxwin.h"
+
+void mvafx::deleteTemporaryObjects() {
+    CGdiObject::DeleteTempMap();
+    CDC::DeleteTempMap();
+    CMenu::DeleteTempMap();
+    CWnd::DeleteTempMap();
+}
