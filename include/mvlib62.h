@@ -27,3 +27,8 @@
 #include "TSerializer.h"
 #include "TTaula.h"
 #include "XMLNode.h"
+
+// Families of windows and drawing, which are there on Windows only.
+#if __has_include("Dibuix.h")
+#include "Dibuix.h"
+#endif

@@ -31,5 +31,6 @@ void AfxDoEvents(HWND hWnd, int bIdle) {
     AfxLockTempMaps();
     for (LONG count = 0; thread->OnIdle(count); ++count) {
     }
-    AfxUnlockTempMaps();
+    // The caller's temporary objects live on.
+    AfxUnlockTempMaps(FALSE);
 }
