@@ -14,7 +14,7 @@
 
 namespace mvplat {
 
-enum class Kind { File, Mapping, Event, Mutex, Semaphore, Find };
+enum class Kind { File, Mapping, Event, Mutex, Semaphore, Find, Key };
 
 class Object {
 public:
