@@ -1,5 +1,7 @@
 #include "XMLNode.h"
 
+#include "xml/base64_vector.h"
+
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -53,7 +55,18 @@ void Report(XMLError* error, XMLError value) {
         *error = value;
 }
 
-constexpr int GroupsPerLine = 18;
+constexpr unsigned int BytesPerLine = 54;
+
+// Encodes whole groups.
+wchar_t* EncodeGroups(const unsigned char* data, const unsigned char* end, wchar_t* out) {
+    for (; data != end; data += 3) {
+        unsigned int value =
+            static_cast<unsigned int>(data[0]) << 16 | static_cast<unsigned int>(data[1]) << 8 | data[2];
+        for (int shift = 18; shift >= 0; shift -= 6)
+            *out++ = static_cast<wchar_t>(Alphabet[value >> shift & 63]);
+    }
+    return out;
+}
 
 } // namespace
 
@@ -80,37 +93,40 @@ bool XMLParserBase64Tool::reserve(unsigned long long bytes) {
 }
 
 int XMLParserBase64Tool::encodeLength(int inByteLength, char formatted) {
-    return (inByteLength - 1) / 3 * 4 + 5 + (formatted ? inByteLength / 54 : 0);
+    long long length = (inByteLength - 1ll) / 3 * 4 + 5 + (formatted ? inByteLength / 54 : 0);
+    return length < INT_MAX ? static_cast<int>(length) : INT_MAX;
 }
 
 wchar_t* XMLParserBase64Tool::encode(unsigned char* data, unsigned int length, char formatted) {
-    unsigned long long units = length / 3 * 4ull + 8 + length / 54;
+    constexpr unsigned int WrittenBehind = 24;
+    unsigned long long units = length / 3 * 4ull + 8 + length / BytesPerLine + WrittenBehind;
     if (!reserve(units * sizeof(wchar_t)))
         return nullptr;
     wchar_t* start = static_cast<wchar_t*>(m_buffer);
     wchar_t* out = start;
-    auto put = [&](unsigned int value) { *out++ = static_cast<wchar_t>(Alphabet[value & 63]); };
-    unsigned int groups = length / 3;
-    int inLine = 0;
-    for (unsigned int i = 0; i < groups; ++i, data += 3) {
-        unsigned int value =
-            static_cast<unsigned int>(data[0]) << 16 | static_cast<unsigned int>(data[1]) << 8 | data[2];
-        put(value >> 18);
-        put(value >> 12);
-        put(value >> 6);
-        put(value);
-        if (formatted && ++inLine == GroupsPerLine) {
+    const unsigned char* source = data;
+    const unsigned char* end = data + length;
+    bool steps = mvxml::CanStepBase64();
+    if (formatted) {
+        if (steps)
+            mvxml::EncodeLines(source, end, out);
+        for (; static_cast<std::size_t>(end - source) >= BytesPerLine; source += BytesPerLine) {
+            out = EncodeGroups(source, source + BytesPerLine, out);
             *out++ = L'\n';
-            inLine = 0;
         }
+    } else if (steps) {
+        mvxml::EncodeSteps(source, end, out);
     }
+    const unsigned char* tail = end - length % 3;
+    out = EncodeGroups(source, tail, out);
+    auto put = [&](unsigned int value) { *out++ = static_cast<wchar_t>(Alphabet[value & 63]); };
     if (length % 3 == 1) {
-        put(static_cast<unsigned int>(data[0]) >> 2);
-        put(static_cast<unsigned int>(data[0]) << 4);
+        put(static_cast<unsigned int>(tail[0]) >> 2);
+        put(static_cast<unsigned int>(tail[0]) << 4);
         *out++ = L'=';
         *out++ = L'=';
     } else if (length % 3 == 2) {
-        unsigned int value = static_cast<unsigned int>(data[0]) << 8 | data[1];
+        unsigned int value = static_cast<unsigned int>(tail[0]) << 8 | tail[1];
         put(value >> 10);
         put(value >> 4);
         put(value << 2);
@@ -126,7 +142,15 @@ unsigned int XMLParserBase64Tool::decodeSize(const wchar_t* data, XMLError* erro
         return 0;
     unsigned long long count = 0;
     const wchar_t* p = data;
+    bool steps = mvxml::CanStepBase64();
     for (; *p; ++p) {
+        if (steps && (p - data) % mvxml::DecodedUnits == 0) {
+            const wchar_t* behind = mvxml::SkipSteps(p);
+            count += static_cast<unsigned long long>(behind - p);
+            p = behind;
+            if (!*p)
+                break;
+        }
         unsigned char kind = KindOf(*p);
         if (kind == Illegal) {
             Report(error, XMLERROR_BASE64_ILLEGAL);
@@ -154,7 +178,10 @@ unsigned char XMLParserBase64Tool::decode(const wchar_t* data, unsigned char* ou
     };
     if (!data)
         return 2;
+    bool steps = mvxml::CanStepBase64();
     for (;;) {
+        if (steps)
+            mvxml::DecodeSteps(data, out, limit);
         unsigned int value = 0;
         for (int place = 0; place < 4; ++place) {
             unsigned char kind = Next(data);
