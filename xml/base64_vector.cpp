@@ -48,7 +48,8 @@ MVXML_AVX2 inline bool Offsets(__m256i bytes, __m256i& offsets) {
     __m256i digit = Within(bytes, '0', '9');
     __m256i plus = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+'));
     __m256i slash = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('/'));
-    __m256i any = _mm256_or_si256(_mm256_or_si256(_mm256_or_si256(upper, lower), _mm256_or_si256(plus, slash)), digit);
+    __m256i any =
+        _mm256_or_si256(_mm256_or_si256(_mm256_or_si256(upper, lower), _mm256_or_si256(plus, slash)), digit);
     offsets = _mm256_or_si256(
         _mm256_or_si256(_mm256_or_si256(If(upper, -'A'), If(lower, 26 - 'a')), If(digit, 52 - '0')),
         _mm256_or_si256(If(plus, 62 - '+'), If(slash, 63 - '/')));
@@ -122,7 +123,8 @@ MVXML_AVX2 void EncodeLines(const unsigned char*& data, const unsigned char* end
     out = target;
 }
 
-MVXML_AVX2_BEHIND_THE_END void DecodeSteps(const wchar_t*& text, unsigned char*& out, const unsigned char* limit) {
+MVXML_AVX2_BEHIND_THE_END void DecodeSteps(const wchar_t*& text, unsigned char*& out,
+                                           const unsigned char* limit) {
     const wchar_t* p = text;
     unsigned char* target = out;
     while (limit - target >= 28 && StepLiesInOnePage(p)) {

@@ -10,8 +10,8 @@ bool CanStepBase64();
 
 // Encodes steps of 24 bytes while 28 can be read, and moves both pointers.
 void EncodeSteps(const unsigned char*& data, const unsigned char* end, wchar_t*& out);
-// Encodes lines of 54 bytes, with a line feed behind each, while 76 bytes can be read, and moves both pointers.
-// Writes up to 24 units behind the last line.
+// Encodes lines of 54 bytes, with a line feed behind each, while 76 bytes can be read, and moves both
+// pointers. Writes up to 24 units behind the last line.
 void EncodeLines(const unsigned char*& data, const unsigned char* end, wchar_t*& out);
 
 // The units that one step decodes.
