@@ -402,6 +402,31 @@ void FindTinyxml2(benchmark::State& state) {
     });
 }
 
+// ---- Growth
+
+// Markup that makes a parser slow which looks for something again and again.
+const wchar_t* const Floods[] = {
+    L"<a>",           L"<a b='1'/>",     L"<a/>x",     L"x<!--c-->",   L"<!--c--><!--d-->",
+    L"&amp;",         L"<a><b></a>",     L"<a>'</a>",  L"<a \">x\"/>", L"<![CDATA[]]]]>",
+    L"<a x=\">'\"/>", L"<b c d e f g/>", L"<?a b?>\n", L" \t \n \r ",  L"<a>&#65;</a>"};
+
+void Flood(benchmark::State& state, const wchar_t* piece, int count) {
+    std::wstring text = L"<r>";
+    for (int i = 0; i < count; ++i)
+        text += piece;
+    for (auto _ : state)
+        Timed(state, [&] { XMLNode::parseString(text.c_str()); });
+}
+
+void ManyAttributes(benchmark::State& state, int count) {
+    std::wstring text = L"<r";
+    for (int i = 0; i < count; ++i)
+        text += L" a" + std::to_wstring(i) + L"='" + std::to_wstring(i) + L"'";
+    text += L"/>";
+    for (auto _ : state)
+        Timed(state, [&] { Require(XMLNode::parseString(text.c_str()).nAttribute() == count); });
+}
+
 template <class Function, class... Arguments>
 void Add(const std::string& name, Function function, Arguments... arguments) {
     benchmark::RegisterBenchmark(name.c_str(),
@@ -446,6 +471,13 @@ bool AddAll() {
     Add("xml/find/ours", FindOurs);
     Add("xml/find/peer-pugixml", FindPugixml);
     Add("xml/find/peer-tinyxml2", FindTinyxml2);
+    for (int count : {20000, 200000}) {
+        std::string size = "/ours/" + std::to_string(count);
+        int number = 0;
+        for (const wchar_t* piece : Floods)
+            Add("xml/flood-" + std::to_string(number++) + size, Flood, piece, count);
+        Add("xml/attributes" + size, ManyAttributes, count);
+    }
     return true;
 }
 

@@ -26,7 +26,9 @@ bool IsPlain(const XMLNode& node, bool trimmed, int depth) {
     const wchar_t* name = node.getName();
     if (name && !IsPlainName(name))
         return false;
-    if (node.isDeclaration() && (name[std::wcslen(name) - 1] == L'?' || (depth > 1 && node.nElement())))
+    // A declaration's name takes in the "?" that follows it directly; one inside an element ends at its "?>".
+    if (node.isDeclaration() &&
+        (name[std::wcslen(name) - 1] == L'?' || !node.nAttribute() || (depth > 1 && node.nElement())))
         return false;
     for (int i = 0; i < node.nAttribute() + node.nElement(); ++i) {
         XMLNodeContents contents = node.enumContents(i);

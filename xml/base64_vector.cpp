@@ -1,6 +1,7 @@
 #include "xml/base64_vector.h"
 
 #include <cstdint>
+#include <cstring>
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
@@ -127,7 +128,7 @@ MVXML_AVX2_BEHIND_THE_END void DecodeSteps(const wchar_t*& text, unsigned char*&
                                            const unsigned char* limit) {
     const wchar_t* p = text;
     unsigned char* target = out;
-    while (limit - target >= 28 && StepLiesInOnePage(p)) {
+    while (limit - target >= 24 && StepLiesInOnePage(p)) {
         __m256i bytes = Narrow(p);
         __m256i offsets;
         if (!Offsets(bytes, offsets))
@@ -139,7 +140,10 @@ MVXML_AVX2_BEHIND_THE_END void DecodeSteps(const wchar_t*& text, unsigned char*&
         const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
         __m256i ordered = _mm256_shuffle_epi8(groups, _mm256_broadcastsi128_si256(order));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm256_castsi256_si128(ordered));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + 12), _mm256_extracti128_si256(ordered, 1));
+        __m128i second = _mm256_extracti128_si256(ordered, 1);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(target + 12), second);
+        int last = _mm_extract_epi32(second, 2);
+        std::memcpy(target + 20, &last, sizeof(last));
         p += 32;
         target += 24;
     }

@@ -17,7 +17,7 @@ void EncodeLines(const unsigned char*& data, const unsigned char* end, wchar_t*&
 // The units that one step decodes.
 constexpr std::ptrdiff_t DecodedUnits = 32;
 
-// Decodes steps of 32 alphabet characters, each into 24 bytes, while there are such and 28 bytes of room, and
+// Decodes steps of 32 alphabet characters, each into 24 bytes, while there are such and there is room, and
 // moves both pointers. The text ends with a NUL; no memory page is touched behind the one that holds it.
 void DecodeSteps(const wchar_t*& text, unsigned char*& out, const unsigned char* limit);
 

@@ -155,7 +155,93 @@ TEST_F(XmlBase64Test, DecodingIntoABuffer) {
     EXPECT_EQ(DecodeInto(L"QUJDRA==", 4), "2 0 ABCD");
 }
 
-// ---- Error results ----
+// What decoding must give, character by character.
+std::string DecodePlainly(const std::wstring& text, int size) {
+    const std::wstring alphabet = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    auto outcome = [&](const char* code) {
+        int written = static_cast<int>(bytes.size());
+        return code + (" " + bytes) + std::string(static_cast<size_t>(size - written), '.');
+    };
+    unsigned int bits = 0;
+    int place = 0;
+    for (wchar_t unit : text) {
+        if (unit == L'\n' || unit == L' ')
+            continue;
+        if (unit == L'=')
+            return outcome(static_cast<int>(bytes.size()) == size ? "2 0" : "1 19");
+        size_t value = alphabet.find(unit);
+        if (value == std::wstring::npos)
+            return outcome("0 18");
+        bits = bits << 6 | static_cast<unsigned int>(value);
+        if (place++ > 0) {
+            if (static_cast<int>(bytes.size()) == size)
+                return outcome("0 20");
+            bytes += static_cast<char>(bits >> (8 - 2 * place));
+        }
+        place %= 4;
+    }
+    return outcome(place ? "1 19" : "2 0");
+}
+
+TEST_F(XmlBase64Test, OddCharactersAreSeenAnywhereInALongText) {
+    std::string bytes;
+    for (int i = 0; i < 150; ++i)
+        bytes += static_cast<char>(i * 41 + 3);
+    std::string narrow = Encode(bytes);
+    std::wstring sound(narrow.begin(), narrow.end());
+    // Beside the alphabet's own neighbours, units whose lower half is in the alphabet.
+    const wchar_t odd[] = {L'*', L'@',  L'[',   L'`',   L'{',   L':',   L'-', L'.', L' ',  L'\n',
+                           L'=', 0x141, 0x4141, 0x8041, 0xFF41, 0xFFFF, 0x80, 0xFF, L'\v', L'\x7F'};
+    for (wchar_t unit : odd) {
+        for (size_t at = 0; at < sound.size(); ++at) {
+            std::wstring text = sound;
+            text[at] = unit;
+            ASSERT_EQ(DecodeInto(text, 150), DecodePlainly(text, 150))
+                << "unit " << static_cast<int>(unit) << " at " << at;
+        }
+    }
+    for (int size = 0; size <= 155; ++size)
+        ASSERT_EQ(DecodeInto(sound, size), DecodePlainly(sound, size));
+    for (size_t length = 0; length <= sound.size(); ++length)
+        ASSERT_EQ(DecodeInto(sound.substr(0, length), 150), DecodePlainly(sound.substr(0, length), 150));
+}
+
+TEST_F(XmlBase64Test, EveryCharacterOfTheAlphabetAtEveryPlace) {
+    std::string bytes;
+    for (int value = 0; value < 64; ++value)
+        bytes += std::string(1, static_cast<char>(value << 2 | value >> 4)) +
+                 static_cast<char>(value << 4 | value >> 2) + static_cast<char>(value << 6 | value);
+    std::string expected;
+    for (char character : std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"))
+        expected += std::string(4, character);
+    EXPECT_EQ(Encode(bytes), expected);
+    EXPECT_EQ(Decode(std::wstring(expected.begin(), expected.end())), bytes);
+}
+
+TEST_F(XmlBase64Test, LinesAreTheSameTextWithLineFeeds) {
+    std::string bytes;
+    for (int i = 0; i < 1000; ++i)
+        bytes += static_cast<char>(i * 59 + i / 7);
+    for (size_t length : {54u, 76u, 108u, 130u, 162u, 999u, 1000u}) {
+        std::string plain = Encode(bytes.substr(0, length));
+        std::string expected;
+        for (size_t at = 0; at < plain.size(); at += 72) {
+            expected += plain.substr(at, 72);
+            if (at + 72 <= plain.size() && plain[at + 71] != '=')
+                expected += '\n';
+        }
+        EXPECT_EQ(Encode(bytes.substr(0, length), 1), expected) << length;
+        EXPECT_EQ(SizeOf(std::wstring(plain.begin(), plain.end()).c_str()), std::to_string(length) + " 0");
+    }
+}
+
+TEST_F(XmlBase64Test, LengthsThatNoIntHoldsAreCut) {
+    EXPECT_EQ(XMLParserBase64Tool::encodeLength(2147483647, 1), 2147483647);
+    EXPECT_EQ(m_tool.encode(nullptr, 0xFFFFFFFFu), nullptr);
+}
+
+// ---- Error results
 
 TEST_F(XmlBase64Test, Error18IllegalCharacter) {
     EXPECT_EQ(DecodeInto(L"QU*D", 3).substr(0, 4), "0 18");

@@ -5,6 +5,7 @@
 #include "win32.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -280,7 +281,49 @@ TEST_F(XmlFilesTest, Error15CannotOpenForWriting) {
     EXPECT_EQ(node.writeToFile(nullptr), 15);
 }
 
-// ---- openFileHelper ----
+// Stands in for the system's function: writes up to a number of bytes, then fails.
+int g_bytesLeft = 0;
+bool g_refuseToClose = false;
+extern "C" BOOL WINAPI WriteSome(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
+                                 LPOVERLAPPED overlapped) {
+    if (static_cast<int>(size) > g_bytesLeft) {
+        *written = 0;
+        SetLastError(ERROR_DISK_FULL);
+        return FALSE;
+    }
+    g_bytesLeft -= static_cast<int>(size);
+    return WriteFile(file, bytes, size, written, overlapped);
+}
+extern "C" BOOL WINAPI CloseOrRefuse(HANDLE file) {
+    BOOL closed = CloseHandle(file);
+    return closed && !g_refuseToClose;
+}
+
+TEST_F(XmlFilesTest, Error16CannotWrite) {
+    // In a child, for a replaced import stays replaced.
+    std::wstring name = m_folder.Path(L"out.xml");
+    EXPECT_EXIT(
+        {
+            XMLNode node = XMLNode::createXMLTopNode(L"a");
+            node.addText(std::wstring(100000, L'x').c_str());
+            int errors = 0;
+            if (PatchImport("mvlib62", {"WriteFile", reinterpret_cast<void*>(WriteSome)}) &&
+                PatchImport("mvlib62", {"CloseHandle", reinterpret_cast<void*>(CloseOrRefuse)})) {
+                for (int bytes : {0, 20000, 150000}) {
+                    g_bytesLeft = bytes;
+                    errors += node.writeToFile(name.c_str()) == XMLERROR_CANNOT_WRITE;
+                }
+                g_bytesLeft = 1000000;
+                errors += node.writeToFile(name.c_str()) == XMLERROR_NONE;
+                g_refuseToClose = true;
+                errors += node.writeToFile(name.c_str()) == XMLERROR_CANNOT_WRITE;
+            }
+            std::_Exit(errors);
+        },
+        testing::ExitedWithCode(5), "");
+}
+
+// ---- openFileHelper
 
 // Stands in for the message box of a child process: tells on standard error what would be shown.
 extern "C" int WINAPI ShowOnStandardError(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
@@ -320,6 +363,20 @@ TEST_F(XmlFilesTest, HelperNamesTheTagThatIsMissing) {
     EXPECT_HELPER_ENDS(
         m_folder.Write(L"other.xml", "<a/>").c_str(), L"wanted",
         "other.xml'.@Error: First Tag not found@At line 0, column 0.@First Tag should be 'wanted'.@");
+}
+
+TEST_F(XmlFilesTest, HelperShowsNamesAsAnEightBitProgramDoes) {
+    // What the system's code page lacks is replaced in the text that is shown.
+    XMLNode::setGlobalOptions(XMLNode::encoding_UTF8);
+    EXPECT_HELPER_ENDS(m_folder.Write(L"a.xml", "<a/>").c_str(), L"\u4E2D",
+                       "a.xml'.@Error: First Tag not found@At line 0, column 0.@First Tag should be '.'.@");
+}
+
+TEST_F(XmlFilesTest, HelperChangesNoOption) {
+    XMLNode::setGlobalOptions(XMLNode::encoding_ANSI, 1, 0, 0);
+    std::wstring name = m_folder.Write(L"latin.xml", "<a> \xE9<!--c-->x </a>");
+    EXPECT_EQ(Compact(XMLNode::openFileHelper(name.c_str())), L"<a> \u00E9<!--c-->x </a>");
+    EXPECT_EQ(Load("<a> \xE9<!--c-->x </a>"), L"0 0:0 <a> \u00E9<!--c-->x </a>");
 }
 
 TEST_F(XmlFilesTest, HelperAnswersTheDocument) {

@@ -1,11 +1,12 @@
 // The list of families. A new family is a source file of its own and a line here.
 #include "command.h"
 #include "rec/rec.h"
+#include "xml/xml.h"
 
 namespace mvtool {
 
 std::span<const Family* const> families() {
-    static const Family* const all[] = {&rec::family()};
+    static const Family* const all[] = {&rec::family(), &xml::family()};
     return all;
 }
 
