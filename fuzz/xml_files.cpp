@@ -3,7 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <unistd.h>
+#include <random>
 #include <vector>
 
 #include "win32.h"
@@ -16,9 +16,10 @@ struct Folder {
         std::filesystem::path base = "/dev/shm";
         if (!std::filesystem::is_directory(base))
             base = std::filesystem::temp_directory_path();
-        std::string pattern = (base / "mvlib62-fuzz-XXXXXX").string();
-        Require(mkdtemp(pattern.data()) != nullptr);
-        path = pattern;
+        std::random_device random;
+        do
+            path = base / ("mvlib62-fuzz-" + std::to_string(random()));
+        while (!std::filesystem::create_directory(path));
     }
     ~Folder() {
         std::error_code ignored;

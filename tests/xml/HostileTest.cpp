@@ -128,7 +128,7 @@ TEST_F(XmlHostileTest, FloodsOfEveryKindOfMarkup) {
         int elements; // in <r>, for each piece
     } floods[] = {{L"<a b='1'/>", 1}, {L"<!--c--><!--d-->", 2}, {L"<a>'</a>", 1},     {L"<![CDATA[]]]]>", 1},
                   {L"<?a b?>\n", 1},  {L"<b c d e f g/>", 1},   {L"<a>&#65;</a>", 1}, {L"<a x=\">'\"/>", 1},
-                  {L" \t \n \r ", 0}, {L"<a \">x></a>", 1},   {L"<a></A>", 1}};
+                  {L" \t \n \r ", 0}, {L"<a \">x></a>", 1},     {L"<a></A>", 1}};
     for (const auto& flood : floods) {
         XMLNode node = ParseSound(L"<r>" + Repeat(flood.piece, 20000) + L"</r>");
         EXPECT_EQ(node.nElement(), flood.elements * 20000) << flood.piece;
