@@ -11,6 +11,7 @@
 #include "CMultiString.h"
 #include "COSVersionInfo.h"
 #include "CPathString.h"
+#include "CSharingManager.h"
 #include "CStringEx.h"
 #include "Idioma.h"
 #include "ItemRanges.h"
