@@ -157,9 +157,18 @@ inline HINSTANCE AfxGetInstanceHandle() {
 inline HINSTANCE AfxGetResourceHandle() {
     return AfxGetModuleState()->m_hCurrentResourceHandle;
 }
-inline void AfxSetResourceHandle(HINSTANCE hInstResource) {
-    AfxGetModuleState()->m_hCurrentResourceHandle = hInstResource;
-}
+MVAFX_API void AfxSetResourceHandle(HINSTANCE hInstResource);
+namespace mvafx {
+// What the strings found along the resource chain depend on, for who keeps some of them.
+struct ResourceChainState {
+    const AFX_MODULE_STATE* pState;
+    HINSTANCE hResource;
+    unsigned int nChanges; // of all chains of the process
+};
+// TRUE when the calling thread's chain is still as `known` says; else FALSE, with `known` brought up to date.
+// A null pState is never up to date.
+MVAFX_API BOOL isResourceChainKnown(ResourceChainState& known);
+} // namespace mvafx
 // The first module of the resource chain that has the resource; the current resource handle when none has.
 MVAFX_API HINSTANCE AfxFindResourceHandle(LPCTSTR lpszName, LPCTSTR lpszType);
 // The first module of the resource chain whose string table has string nID, not empty; null when none has.

@@ -3,6 +3,7 @@
 #include "stringresource.h"
 #include "threadstate.h"
 
+#include <atomic>
 #include <new>
 
 IMPLEMENT_DYNAMIC(CDynLinkLibrary, CObject)
@@ -48,6 +49,8 @@ public:
 private:
     CRITICAL_SECTION* m_pSection;
 };
+
+constinit std::atomic<unsigned int> g_resourceChanges = 0;
 
 // Asks the modules of the resource chain one after the other until one has it.
 template <class HAS>
@@ -144,6 +147,7 @@ CDynLinkLibrary::CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem)
     , m_pModuleState(AfxGetModuleState()) {
     GlobalsLock lock(CRIT_DYNLINKLIST);
     m_pModuleState->m_libraryList.AddHead(this);
+    ++g_resourceChanges;
 }
 
 CDynLinkLibrary::CDynLinkLibrary(HINSTANCE hModule, HINSTANCE hResource)
@@ -156,11 +160,13 @@ CDynLinkLibrary::CDynLinkLibrary(HINSTANCE hModule, HINSTANCE hResource)
     , m_pModuleState(AfxGetModuleState()) {
     GlobalsLock lock(CRIT_DYNLINKLIST);
     m_pModuleState->m_libraryList.AddHead(this);
+    ++g_resourceChanges;
 }
 
 CDynLinkLibrary::~CDynLinkLibrary() {
     GlobalsLock lock(CRIT_DYNLINKLIST);
     m_pModuleState->m_libraryList.Remove(this);
+    ++g_resourceChanges;
 }
 
 BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModule) {
@@ -185,6 +191,21 @@ void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll) {
 }
 
 // ---- Resources
+
+void AfxSetResourceHandle(HINSTANCE hInstResource) {
+    AfxGetModuleState()->m_hCurrentResourceHandle = hInstResource;
+    ++g_resourceChanges;
+}
+
+BOOL mvafx::isResourceChainKnown(ResourceChainState& known) {
+    const AFX_MODULE_STATE* pState = AfxGetModuleState();
+    const unsigned int nChanges = g_resourceChanges.load(std::memory_order_acquire);
+    if (known.pState == pState && known.hResource == pState->m_hCurrentResourceHandle &&
+        known.nChanges == nChanges)
+        return TRUE;
+    known = {pState, pState->m_hCurrentResourceHandle, nChanges};
+    return FALSE;
+}
 
 HINSTANCE AfxFindResourceHandle(LPCTSTR lpszName, LPCTSTR lpszType) {
     HINSTANCE hFound = nullptr;

@@ -166,7 +166,61 @@ private:
     bool entregar(const TItem* container);
     bool situar(int pos);
     TItem* extreure();
+    bool esDarrera(int pos) const;
+    TItem* extreureDarrera();
+    void situarDarrera(int pos);
+    int insertar(TItem* p, int pos);
+    int eliminar(int pos);
+    TItem* treure(int pos);
 };
+
+// ---- What lists are mostly used for, without a call into the library: entries come and go at the end
+
+// Stores the cursor by itself. Left to the compiler it goes in one store with the count beside it, for which
+// the next operation has to wait when it reads the count alone.
+inline void TLlista::situarDarrera(int pos) {
+    *static_cast<volatile int*>(&m_nActual) = pos;
+}
+
+inline int TLlista::Insertar(TItem* p, int pos) {
+    if (pos != m_nElements || m_nElements == m_nCapacitat)
+        return insertar(p, pos);
+    m_ppItems[pos] = p;
+    m_nElements = pos + 1;
+    situarDarrera(pos + 1);
+    return 0;
+}
+
+inline int TLlista::Afegir(TItem* p) {
+    return Insertar(p, m_nElements);
+}
+
+// Whether `pos` is the last entry, others are left, and no storage is to be given back for it. (It would be
+// once no entry lies behind the last multiple of the step below the capacity; steps are powers of two.)
+inline bool TLlista::esDarrera(int pos) const {
+    return pos == m_nElements - 1 && pos > 0 && (m_nIncrement & (m_nIncrement - 1)) == 0 &&
+           pos >= ((m_nCapacitat - 1) & -m_nIncrement);
+}
+
+inline TItem* TLlista::extreureDarrera() {
+    const int last = m_nElements - 1;
+    TItem* const item = m_ppItems[last];
+    m_ppItems[last] = nullptr;
+    m_nElements = last;
+    situarDarrera(last);
+    return item;
+}
+
+inline TItem* TLlista::Treure(int pos) {
+    return esDarrera(pos) ? extreureDarrera() : treure(pos);
+}
+
+inline int TLlista::Eliminar(int pos) {
+    if (!esDarrera(pos))
+        return eliminar(pos);
+    delete extreureDarrera();
+    return 0;
+}
 
 // A list in the order of the items' Comparar. Only Afegir keeps the order; everything inherited puts entries
 // where it is told. Searching calls Comparar of the item looked for with the entries; null sorts before all.
@@ -260,6 +314,22 @@ public:
     // The top item, still the stack's. The stack must not be empty.
     virtual TItem* top() const;
 };
+
+inline int TPila::push(TItem* p) {
+    return TLlista::Afegir(p);
+}
+
+inline int TPila::pop() {
+    return Eliminar(m_nElements - 1);
+}
+
+inline TItem* TPila::poptop() {
+    return Treure(m_nElements - 1);
+}
+
+inline TItem* TPila::top() const {
+    return m_ppItems[m_nElements - 1];
+}
 
 // A stack of at most so many items: a push onto a full one destroys the oldest.
 class MVLIB_API TPilaLimitada : public TPila {

@@ -3,6 +3,7 @@
 #include "items/Demolition.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -28,6 +29,19 @@ constexpr int NO_ENTRY = -3;
 constexpr int CANCELLED = -5;
 
 constexpr std::int64_t MOST_ENTRIES = std::min<std::int64_t>(INT32_MAX, mvlib::MOST_SLOTS);
+
+// The slots that are really allocated for a capacity: small arrays go by powers of two, so that few of the
+// steps in which lists grow and shrink have to ask for other memory.
+std::int64_t Allocated(std::int64_t capacity) {
+    return capacity <= 16384 ? static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(capacity)))
+                             : capacity;
+}
+
+TItem** Resize(TItem** slots, std::int64_t from, std::int64_t to) {
+    if (slots != nullptr && Allocated(from) == Allocated(to))
+        return slots;
+    return mvlib::ResizeSlots(slots, static_cast<std::size_t>(Allocated(to)));
+}
 
 // The next multiple of the step strictly above `count`.
 std::int64_t RoundUp(std::int64_t count, int step) {
@@ -125,15 +139,11 @@ int TLlista::EsBuit() const {
     return m_nElements <= 0 ? 1 : 0;
 }
 
-int TLlista::Afegir(TItem* p) {
-    return Insertar(p, m_nElements);
-}
-
 TItem* TLlista::Canviar(TItem* p, int pos) {
     return situar(pos) ? std::exchange(m_ppItems[m_nActual], p) : nullptr;
 }
 
-int TLlista::Insertar(TItem* p, int pos) {
+int TLlista::insertar(TItem* p, int pos) {
     const int count = m_nElements;
     if (count == m_nCapacitat && ampliar(1) != 0)
         return NO_MEMORY;
@@ -152,14 +162,14 @@ int TLlista::Insertar(TItem* p, int pos) {
     return 0;
 }
 
-int TLlista::Eliminar(int pos) {
+int TLlista::eliminar(int pos) {
     if (!situar(pos))
         return NO_ENTRY;
     delete extreure();
     return reduir();
 }
 
-TItem* TLlista::Treure(int pos) {
+TItem* TLlista::treure(int pos) {
     if (!situar(pos))
         return nullptr;
     TItem* item = extreure();
@@ -337,7 +347,7 @@ int TLlista::ampliar(int n) {
     const std::int64_t capacity = RoundUp(static_cast<std::int64_t>(m_nElements) + n, m_nIncrement);
     if (capacity > MOST_ENTRIES)
         return NO_MEMORY;
-    TItem** slots = mvlib::ResizeSlots(m_ppItems, static_cast<std::size_t>(capacity));
+    TItem** slots = Resize(m_ppItems, m_nCapacitat, capacity);
     if (slots == nullptr)
         return NO_MEMORY;
     std::fill(slots + m_nElements, slots + capacity, nullptr);
@@ -359,7 +369,7 @@ int TLlista::reduir() {
     const std::int64_t capacity = RoundUp(m_nElements, m_nIncrement);
     if (capacity >= m_nCapacitat)
         return 0;
-    TItem** slots = mvlib::ResizeSlots(m_ppItems, static_cast<std::size_t>(capacity));
+    TItem** slots = Resize(m_ppItems, m_nCapacitat, capacity);
     if (slots == nullptr)
         return NO_MEMORY;
     m_ppItems = slots;
@@ -494,22 +504,6 @@ TPila::~TPila() = default;
 
 const CMirvaRTTI* TPila::GetRTTI() const {
     return &m_rttiTPila;
-}
-
-int TPila::push(TItem* p) {
-    return TLlista::Afegir(p);
-}
-
-int TPila::pop() {
-    return Eliminar(m_nElements - 1);
-}
-
-TItem* TPila::poptop() {
-    return Treure(m_nElements - 1);
-}
-
-TItem* TPila::top() const {
-    return m_ppItems[m_nElements - 1];
 }
 
 TPilaLimitada::~TPilaLimitada() = default;

@@ -95,6 +95,26 @@ TEST_F(ResourceChainTest, ResourceHandleIsSwitched) {
     EXPECT_EQ(m_two, AfxFindResourceHandle(MAKEINTRESOURCEW(9999), RT_STRING)); // found nowhere
 }
 
+TEST_F(ResourceChainTest, ChangesOfTheChainAreToldFromItsState) {
+    mvafx::ResourceChainState known = {};
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known));
+    EXPECT_TRUE(mvafx::isResourceChainKnown(known));
+    CDynLinkLibrary* one = Link(m_one);
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known)) << "a link came";
+    EXPECT_TRUE(mvafx::isResourceChainKnown(known));
+    delete one;
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known)) << "and went";
+    AfxSetResourceHandle(m_two);
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known)) << "another handle";
+    m_state.m_hCurrentResourceHandle = m_one;
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known)) << "set directly";
+    EXPECT_TRUE(mvafx::isResourceChainKnown(known));
+    AFX_MODULE_STATE other(TRUE);
+    AFX_MODULE_STATE* const before = AfxSetModuleState(&other);
+    EXPECT_FALSE(mvafx::isResourceChainKnown(known)) << "another state";
+    AfxSetModuleState(before);
+}
+
 TEST_F(ResourceChainTest, StringsOfOneModule) {
     CString text;
     EXPECT_TRUE(text.LoadString(m_two, 602));
