@@ -113,7 +113,8 @@ private:
     bool read(std::uint8_t* to, std::size_t count) {
         const std::uint64_t left = at_ < bytes_.size() ? bytes_.size() - at_ : 0;
         const std::size_t got = left < count ? static_cast<std::size_t>(left) : count;
-        std::memcpy(to, bytes_.data() + (left ? at_ : 0), got);
+        if (got)
+            std::memcpy(to, bytes_.data() + at_, got);
         at_ += got;
         return got == count;
     }
