@@ -2,7 +2,9 @@
 #include "BlockSupport.h"
 
 #include "alloc_failure.h"
+#include "layout.h"
 #include "temp_folder.h"
+#include "throws.h"
 #include "XMLNode.h"
 
 #include <cstddef>
@@ -10,8 +12,6 @@
 #include <memory>
 
 namespace {
-
-constexpr bool WINDOWS_LAYOUT = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
 
 // A block that holds a block that holds a block ..., `levels` below the outermost, all named "n". The
 // innermost holds the integer "n" = 7.
@@ -36,27 +36,6 @@ struct Fields : TBlocOpcions {
     }
     UINT Buckets() const { return m_mapValors.GetHashTableSize(); }
 };
-
-template <class Operation>
-std::ptrdiff_t Slot(Operation operation) {
-    std::ptrdiff_t words[2];
-    static_assert(sizeof words == sizeof operation);
-    std::memcpy(words, &operation, sizeof words);
-    EXPECT_EQ(words[0] & 1, 1) << "not virtual";
-    // The destructor takes two entries of the table and is slot 0.
-    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)) - 1;
-}
-
-template <class Operation>
-bool ThrowsMemoryException(Operation operation) {
-    try {
-        operation();
-    } catch (CMemoryException* error) {
-        error->Delete();
-        return true;
-    }
-    return false;
-}
 
 void Fill(TBlocOpcions& block) {
     TBlocOpcions inner;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "alloc_failure.h"
+#include "throws.h"
 
 #include "afx.h"
 #include "ListSupport.h"
@@ -19,18 +20,6 @@ class ItemMemoryTest : public ListTest {};
 
 int __stdcall ByValue(const TItem* a, const TItem* b, long) {
     return ValueOf(a) - ValueOf(b);
-}
-
-// Runs `operation`; true when it ended in the memory exception.
-template <class Operation>
-bool ThrowsMemoryException(Operation operation) {
-    try {
-        operation();
-    } catch (CMemoryException* exception) {
-        exception->Delete();
-        return true;
-    }
-    return false;
 }
 
 // Clones until the pools are empty and no clone comes any more: null for want of an item, or the memory

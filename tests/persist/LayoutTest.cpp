@@ -4,6 +4,7 @@
 #include "CFileMapping.h"
 #include "TSerializer.h"
 
+#include "layout.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -13,24 +14,6 @@
 #include <vector>
 
 namespace {
-
-constexpr bool WINDOWS_LAYOUT = sizeof(void*) == 4 && sizeof(wchar_t) == 2;
-
-template <class Object, class Field>
-std::ptrdiff_t Offset(const Object& object, const Field& field) {
-    return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&object);
-}
-
-// The slot of a virtual operation: both targets' ABI writes a pointer to a virtual member as one plus the
-// byte offset of its entry in the virtual table.
-template <class Operation>
-std::ptrdiff_t Slot(Operation operation) {
-    std::ptrdiff_t words[2];
-    static_assert(sizeof words == sizeof operation);
-    std::memcpy(words, &operation, sizeof words);
-    EXPECT_EQ(words[0] & 1, 1) << "not virtual";
-    return (words[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
-}
 
 void ExpectRising(const std::vector<std::ptrdiff_t>& values) {
     for (std::size_t i = 1; i < values.size(); ++i)

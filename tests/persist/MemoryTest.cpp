@@ -6,6 +6,7 @@
 #include "message_capture.h"
 #include "RecordSupport.h"
 #include "temp_folder.h"
+#include "throws.h"
 
 #include <cstdlib>
 
@@ -20,18 +21,6 @@ protected:
 };
 
 class Helper : public CObject {};
-
-// Runs `operation`; true when it ended in the memory exception.
-template <class Operation>
-bool ThrowsMemoryException(Operation operation) {
-    try {
-        operation();
-    } catch (CMemoryException* error) {
-        error->Delete();
-        return true;
-    }
-    return false;
-}
 
 // A length that malloc refuses on 32-bit targets and grants, untouched, on 64-bit ones.
 constexpr unsigned long HUGE_LENGTH = sizeof(void*) == 4 ? 0xF0000000 : 0x40000000;
