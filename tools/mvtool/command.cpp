@@ -20,7 +20,9 @@ const OptionSpec* findOption(const Command& command, std::string_view name, char
     return found == command.options.end() ? nullptr : &*found;
 }
 
-Failure usage(const std::string& text) { return Failure(Exit::usage, text); }
+Failure usage(const std::string& text) {
+    return Failure(Exit::usage, text);
+}
 
 /// Two columns: what is typed, and what it means.
 std::string table(const std::vector<std::pair<std::string, std::string>>& rows) {
@@ -35,8 +37,9 @@ std::string table(const std::vector<std::pair<std::string, std::string>>& rows) 
     return text;
 }
 
-const char* const kExitCodes = "Exit codes: 0 done, 1 no (a check failed), 2 usage, 3 not found, 4 damaged input,\n"
-                               "5 cancelled, 6 write failure, 7 internal failure.\n";
+const char* const kExitCodes =
+    "Exit codes: 0 done, 1 no (a check failed), 2 usage, 3 not found, 4 damaged input,\n"
+    "5 cancelled, 6 write failure, 7 internal failure.\n";
 
 } // namespace
 
@@ -77,7 +80,8 @@ Arguments parseArguments(const Command& command, std::span<const std::string> wo
             if (option == nullptr) {
                 throw usage("unknown option --" + displayText(name));
             }
-            take(*option, equals == std::string::npos ? std::nullopt : std::optional(word.substr(equals + 1)));
+            take(*option,
+                 equals == std::string::npos ? std::nullopt : std::optional(word.substr(equals + 1)));
         } else {
             for (std::size_t at = 1; at < word.size(); ++at) {
                 const OptionSpec* option = findOption(command, {}, word[at]);
@@ -129,14 +133,15 @@ std::string familyHelp(const Family& family) {
     }
     const std::string name = family.name;
     return "mvtool " + name + ": " + family.summary + ".\n\nUsage: mvtool " + name +
-           " COMMAND [OPTION]... [OPERAND]...\n\nCommands:\n" + table(rows) + '\n' + family.details + "\nSee 'mvtool " + name +
-           " COMMAND --help' for the options of a command.\n" + kExitCodes;
+           " COMMAND [OPTION]... [OPERAND]...\n\nCommands:\n" + table(rows) + '\n' + family.details +
+           "\nSee 'mvtool " + name + " COMMAND --help' for the options of a command.\n" + kExitCodes;
 }
 
 std::string commandHelp(const Family& family, const Command& command) {
     std::vector<std::pair<std::string, std::string>> rows;
     const auto add = [&](const OptionSpec& option) {
-        std::string left = option.letter != 0 ? std::string("-") + option.letter + ", --" : std::string("    --");
+        std::string left =
+            option.letter != 0 ? std::string("-") + option.letter + ", --" : std::string("    --");
         left += option.name;
         if (option.value != nullptr) {
             left += std::string("=") + option.value;
@@ -147,12 +152,18 @@ std::string commandHelp(const Family& family, const Command& command) {
         add(option);
     }
     add(kHelp);
-    return std::string("Usage: mvtool ") + family.name + ' ' + command.name + ' ' + command.operands + " [OPTION]...\n\n" +
-           command.summary + ".\n\n" + command.details + "\nOptions:\n" + table(rows) + '\n' + kExitCodes;
+    std::string line = std::string("Usage: mvtool ") + family.name;
+    for (const char* part : {command.name, command.operands}) {
+        line += *part != 0 ? std::string(" ") + part : std::string();
+    }
+    return line + " [OPTION]...\n\n" + command.summary + ".\n\n" + command.details + "\nOptions:\n" +
+           table(rows) + '\n' + kExitCodes;
 }
 
 Exit runTool(std::span<const std::string> words) {
-    const auto isHelp = [](const std::string& word) { return word == "--help" || word == "-h" || word == "help"; };
+    const auto isHelp = [](const std::string& word) {
+        return word == "--help" || word == "-h" || word == "help";
+    };
     if (words.empty()) {
         throw usage("no command given");
     }
@@ -168,6 +179,17 @@ Exit runTool(std::span<const std::string> words) {
         if (words[0] != family->name) {
             continue;
         }
+        const auto run = [&](const Command& command, std::span<const std::string> rest) {
+            const Arguments arguments = parseArguments(command, rest);
+            if (arguments.has("help")) {
+                console().print(commandHelp(*family, command));
+                return Exit::done;
+            }
+            return command.run(arguments);
+        };
+        if (family->commands.front().name[0] == 0) {
+            return run(family->commands.front(), words.subspan(1));
+        }
         if (words.size() == 1) {
             throw usage(std::string("no command given for ") + family->name);
         }
@@ -179,12 +201,7 @@ Exit runTool(std::span<const std::string> words) {
             if (words[1] != command.name) {
                 continue;
             }
-            const Arguments arguments = parseArguments(command, words.subspan(2));
-            if (arguments.has("help")) {
-                console().print(commandHelp(*family, command));
-                return Exit::done;
-            }
-            return command.run(arguments);
+            return run(command, words.subspan(2));
         }
         throw usage(std::string("unknown command: ") + family->name + ' ' + displayText(words[1]));
     }

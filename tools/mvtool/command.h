@@ -46,6 +46,7 @@ struct Command {
     Exit (*run)(const Arguments& arguments);
 };
 
+/// A family of one command without a name is that command: "mvtool NAME OPERAND...".
 struct Family {
     const char* name;
     const char* summary;

@@ -1,12 +1,14 @@
 // The list of families. A new family is a source file of its own and a line here.
 #include "command.h"
+#include "info/info.h"
 #include "rec/rec.h"
 #include "xml/xml.h"
 
 namespace mvtool {
 
 std::span<const Family* const> families() {
-    static const Family* const all[] = {&rec::family(), &xml::family()};
+    static const Family* const all[] = {&rec::family(), &xml::family(), &info::versionFamily(),
+                                        &info::pathFamily(), &info::diagnosisFamily()};
     return all;
 }
 

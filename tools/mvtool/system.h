@@ -28,6 +28,12 @@ enum class Written { all, failed, noReader };
 /// Writes UTF-8 text, whatever the console's own code page. noReader: it goes to a pipe that nobody reads any more.
 Written writeStream(Stream stream, std::string_view utf8);
 
+/// A path of the library as the system writes it: natively with "/".
+std::string systemPath(std::string path);
+
+/// Where the library keeps its registry, for a person to read.
+std::string registryStore();
+
 /// The system's text for the error of the calling thread's last failed system call.
 std::string lastSystemError();
 

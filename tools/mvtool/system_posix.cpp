@@ -1,8 +1,12 @@
 #include "system.h"
 
+#include "CPathString.h"
+#include "text.h"
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <random>
@@ -13,7 +17,9 @@
 namespace mvtool {
 namespace {
 
-int descriptor(Stream stream) { return stream == Stream::output ? STDOUT_FILENO : STDERR_FILENO; }
+int descriptor(Stream stream) {
+    return stream == Stream::output ? STDOUT_FILENO : STDERR_FILENO;
+}
 
 /// Where the handler writes a byte; -1 while nobody listens.
 volatile std::sig_atomic_t g_wakeup = -1;
@@ -41,7 +47,9 @@ std::vector<std::string> commandLine(int argc, char** argv) {
     return argc > 1 ? std::vector<std::string>(argv + 1, argv + argc) : std::vector<std::string>();
 }
 
-bool isTerminal(Stream stream) { return isatty(descriptor(stream)) == 1; }
+bool isTerminal(Stream stream) {
+    return isatty(descriptor(stream)) == 1;
+}
 
 int terminalColumns(Stream stream) {
     winsize size{};
@@ -62,7 +70,23 @@ Written writeStream(Stream stream, std::string_view utf8) {
     return Written::all;
 }
 
-std::string lastSystemError() { return std::strerror(errno); }
+std::string systemPath(std::string path) {
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+// The same rule as in the platform layer, which keeps the registry.
+std::string registryStore() {
+    if (const char* chosen = std::getenv("MVLIB_REGISTRY"); chosen != nullptr && *chosen != 0) {
+        return chosen;
+    }
+    const CString folder = CPathString::GetRutaShell(26, 0);
+    return systemPath(fromWide(folder.GetString())) + "/mvlib62/registry.db";
+}
+
+std::string lastSystemError() {
+    return std::strerror(errno);
+}
 
 std::string uniqueText() {
     std::random_device source;
@@ -82,7 +106,8 @@ struct Interruption::State {
 };
 
 // A signal handler may not take the indicator's lock: it wakes a thread that may.
-Interruption::Interruption(std::function<void()> action) : m_state(std::make_unique<State>()) {
+Interruption::Interruption(std::function<void()> action)
+    : m_state(std::make_unique<State>()) {
     State& state = *m_state;
     state.action = std::move(action);
     if (pipe2(state.pipe, O_CLOEXEC) != 0) {

@@ -36,7 +36,9 @@ BOOL WINAPI onConsoleEvent(DWORD event) {
 } // namespace
 
 // No drive to be put in, no crash to be shown: errors come back to the program.
-void prepareProcess() { SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX); }
+void prepareProcess() {
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+}
 
 std::vector<std::string> commandLine(int, char**) {
     std::vector<std::string> words;
@@ -57,7 +59,8 @@ bool isTerminal(Stream stream) {
 
 int terminalColumns(Stream stream) {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    return GetConsoleScreenBufferInfo(handleOf(stream), &info) ? info.srWindow.Right - info.srWindow.Left + 1 : 80;
+    return GetConsoleScreenBufferInfo(handleOf(stream), &info) ? info.srWindow.Right - info.srWindow.Left + 1
+                                                               : 80;
 }
 
 Written writeStream(Stream stream, std::string_view utf8) {
@@ -76,7 +79,8 @@ Written writeStream(Stream stream, std::string_view utf8) {
     }
     while (!utf8.empty()) {
         DWORD written = 0;
-        if (!WriteFile(handle, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr) || written == 0) {
+        if (!WriteFile(handle, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr) ||
+            written == 0) {
             const DWORD error = GetLastError();
             return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA ? Written::noReader : Written::failed;
         }
@@ -85,10 +89,19 @@ Written writeStream(Stream stream, std::string_view utf8) {
     return Written::all;
 }
 
+std::string systemPath(std::string path) {
+    return path;
+}
+
+std::string registryStore() {
+    return "the system's registry";
+}
+
 std::string lastSystemError() {
     const DWORD error = GetLastError();
     std::string text = fromWide(static_cast<LPCWSTR>(AfxGetMsgErrorSistema(error)));
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' ' || text.back() == '.')) {
+    while (!text.empty() &&
+           (text.back() == '\n' || text.back() == '\r' || text.back() == ' ' || text.back() == '.')) {
         text.pop_back();
     }
     return text.empty() ? "system error " + std::to_string(error) : text;
@@ -108,7 +121,8 @@ struct Interruption::State {
     std::function<void()> action;
 };
 
-Interruption::Interruption(std::function<void()> action) : m_state(std::make_unique<State>()) {
+Interruption::Interruption(std::function<void()> action)
+    : m_state(std::make_unique<State>()) {
     m_state->action = std::move(action);
     const std::lock_guard<std::mutex> guard(g_interruptionLock);
     g_interruptionAction = &m_state->action;
