@@ -1,7 +1,7 @@
 // The frame for sub-commands: what a command says of itself and what it gets.
 //
-// A family is one source file that defines its commands and a function returning the Family; families.cpp lists them.
-// Help texts, option parsing and the check of the number of operands come from the declarations.
+// A family is one source file that defines its commands and a function returning the Family; families.cpp
+// lists them. Help texts, option parsing and the check of the number of operands come from the declarations.
 #pragma once
 
 #include "failure.h"
@@ -57,8 +57,9 @@ struct Family {
 /// Every family, in the order of the help.
 std::span<const Family* const> families();
 
-/// Options stand before, between or behind the operands; "--" ends them. Failure(usage) for what the command does not
-/// know, a missing or superfluous value, and a wrong number of operands (not checked when --help is given).
+/// Options stand before, between or behind the operands; "--" ends them. Failure(usage) for what the command
+/// does not know, a missing or superfluous value, and a wrong number of operands (not checked when --help is
+/// given).
 Arguments parseArguments(const Command& command, std::span<const std::string> words);
 
 std::string generalHelp();

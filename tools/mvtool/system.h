@@ -1,4 +1,5 @@
-// What the tool needs of a console program's surroundings. One source per target: system_posix.cpp, system_win32.cpp.
+// What the tool needs of a console program's surroundings. One source per target: system_posix.cpp,
+// system_win32.cpp.
 #pragma once
 
 #include <functional>
@@ -25,7 +26,8 @@ int terminalColumns(Stream stream);
 
 enum class Written { all, failed, noReader };
 
-/// Writes UTF-8 text, whatever the console's own code page. noReader: it goes to a pipe that nobody reads any more.
+/// Writes UTF-8 text, whatever the console's own code page. noReader: it goes to a pipe that nobody reads any
+/// more.
 Written writeStream(Stream stream, std::string_view utf8);
 
 /// A path of the library as the system writes it: natively with "/".
@@ -40,8 +42,8 @@ std::string lastSystemError();
 /// A text that no other running program uses, for names of temporary files: 12 letters and digits.
 std::string uniqueText();
 
-/// While it lives, Ctrl-C (natively SIGINT, SIGTERM and SIGHUP, on Windows every console event) calls the action on a
-/// thread of its own instead of ending the program. One at a time.
+/// While it lives, Ctrl-C (natively SIGINT, SIGTERM and SIGHUP, on Windows every console event) calls the
+/// action on a thread of its own instead of ending the program. One at a time.
 class Interruption {
 public:
     explicit Interruption(std::function<void()> action);
