@@ -1,6 +1,8 @@
 // Paths taken apart and put together again. The input is up to five texts, each ended by a zero byte.
 #include <CPathString.h>
 
+#include "recipe.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -65,11 +67,12 @@ void Join(const CString& name, const CString& folder) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t inputSize) {
+    const std::vector<std::uint8_t> bytes = BytesOfRecipe(input, inputSize);
     std::vector<CString> texts(1);
-    for (std::size_t i = 0; i < size && i < 4096; ++i) {
-        if (data[i])
-            texts.back() += static_cast<wchar_t>(data[i]);
+    for (std::size_t i = 0; i < bytes.size() && i < 4096; ++i) {
+        if (bytes[i])
+            texts.back() += static_cast<wchar_t>(bytes[i]);
         else if (texts.size() < 5)
             texts.emplace_back();
         else

@@ -4,6 +4,7 @@
 #include <CPathString.h>
 
 #include "executable_file.h"
+#include "recipe.h"
 
 #include <chrono>
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -37,12 +39,13 @@ private:
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t inputSize) {
+    const std::vector<std::uint8_t> bytes = BytesOfRecipe(input, inputSize);
     static const InputFile file;
-    if (size == 0)
+    if (bytes.empty())
         return 0;
-    const std::string bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
-    const CString path = file.Write(data[0] ? ExecutableFile::BytesWith(bytes) : bytes);
+    const std::string content(bytes.begin() + 1, bytes.end());
+    const CString path = file.Write(bytes[0] ? ExecutableFile::BytesWith(content) : content);
     CInfoVersio info;
     if (CPathString::GetFileVersion(path, info) &&
         (info.m_dwMajor > 0xFFFF || info.m_dwMinor > 0xFFFF || info.m_dwBuild > 0xFFFF ||
