@@ -29,6 +29,7 @@
 #include "TLlista.h"
 #include "TSerializer.h"
 #include "TTaula.h"
+#include "Unitats.h"
 #include "XMLNode.h"
 
 // Families of windows and drawing, which are there on Windows only.
