@@ -1,6 +1,7 @@
 // The XML form of option blocks.
 #include "TBlocOpcions.h"
 
+#include "CPathString.h"
 #include "XMLNode.h"
 
 #include "config/data_block.h"
@@ -151,24 +152,7 @@ void AppendBlock(Pending block, std::vector<Pending>& pending) {
 // The version of the running program's executable, empty where it has none.
 CString ProgramVersion() {
     CString version;
-    wchar_t path[MAX_PATH * 4];
-    const DWORD length = GetModuleFileNameW(nullptr, path, _countof(path));
-    if (length == 0 || length >= _countof(path))
-        return version;
-    const DWORD size = GetFileVersionInfoSizeW(path, nullptr);
-    std::vector<unsigned char> resource(size);
-    void* value = nullptr;
-    UINT valueSize = 0;
-    if (size == 0 || !GetFileVersionInfoW(path, 0, size, resource.data()) ||
-        !VerQueryValueW(resource.data(), L"\\", &value, &valueSize) || valueSize < sizeof(VS_FIXEDFILEINFO))
-        return version;
-    const auto* info = static_cast<const VS_FIXEDFILEINFO*>(value);
-    version.Format(L"%u.%u.%u", HIWORD(info->dwFileVersionMS), LOWORD(info->dwFileVersionMS),
-                   HIWORD(info->dwFileVersionLS));
-    if (info->dwFileFlags & VS_FF_PRERELEASE)
-        version += L"\u00DF";
-    if (info->dwFileFlags & VS_FF_DEBUG)
-        version += L" (DBG)";
+    CPathString(static_cast<HINSTANCE>(nullptr)).GetFileVersion(version);
     return version;
 }
 
