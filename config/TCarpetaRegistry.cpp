@@ -74,7 +74,7 @@ void copyValue(HKEY from, HKEY to, const wchar_t* name) {
         DWORD size = 0;
         if (!succeeded(::RegQueryValueExW(from, name, nullptr, &type, nullptr, &size)))
             return;
-        data.reset(std::malloc(size + 1));
+        data.reset(std::malloc(std::size_t(size) + 2));
         if (!data) {
             ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
             return;
@@ -83,8 +83,12 @@ void copyValue(HKEY from, HKEY to, const wchar_t* name) {
             ::RegQueryValueExW(from, name, nullptr, &type, static_cast<BYTE*>(data.get()), &size);
         if (error == ERROR_MORE_DATA)
             continue;
-        if (succeeded(error))
+        if (succeeded(error)) {
+            // The system looks behind the data of a text without a NUL, and would store one that it finds
+            // there.
+            std::memset(static_cast<BYTE*>(data.get()) + size, 0xFF, 2);
             succeeded(::RegSetValueExW(to, name, 0, type, static_cast<BYTE*>(data.get()), size));
+        }
         return;
     }
 }

@@ -86,7 +86,8 @@ protected:
         ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, Path(folder).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
                                   nullptr, &key, nullptr),
                   ERROR_SUCCESS);
-        EXPECT_EQ(RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(data.data()),
+        const std::string padded = data + "\xFF\xFF"; // the system looks behind a text without NUL
+        EXPECT_EQ(RegSetValueExW(key, name, 0, type, reinterpret_cast<const BYTE*>(padded.data()),
                                  static_cast<DWORD>(data.size())),
                   ERROR_SUCCESS);
         RegCloseKey(key);
@@ -874,6 +875,7 @@ TEST_F(TCarpetaRegistryTest, CopyingAFolderTakesValuesTypesAndSubfolders) {
     SetRaw(L"", REG_SZ, Bytes({'u', 0, 0, 0}), L"from\\f");
     SetRaw(L"text", REG_EXPAND_SZ, Bytes({'t', 0, 0, 0}), L"from\\f");
     SetRaw(L"empty", REG_BINARY, "", L"from\\f");
+    SetRaw(L"no end", REG_SZ, Bytes({'n', 0}), L"from\\f");
     SetRaw(L"odd", 12345, "123", L"from\\f\\a\\b");
     MakeFolder(L"from\\f\\c");
     SetRaw(L"text", REG_DWORD, One, L"to\\f");
@@ -883,6 +885,7 @@ TEST_F(TCarpetaRegistryTest, CopyingAFolderTakesValuesTypesAndSubfolders) {
     EXPECT_EQ(Raw(L"", L"to\\f"), (Stored{0, REG_SZ, Bytes({'u', 0, 0, 0})}));
     EXPECT_EQ(Raw(L"text", L"to\\f"), (Stored{0, REG_EXPAND_SZ, Bytes({'t', 0, 0, 0})}));
     EXPECT_EQ(Raw(L"empty", L"to\\f"), (Stored{0, REG_BINARY, ""}));
+    EXPECT_EQ(Raw(L"no end", L"to\\f"), (Stored{0, REG_SZ, Bytes({'n', 0})}));
     EXPECT_EQ(Raw(L"kept", L"to\\f"), (Stored{0, REG_DWORD, One}));
     EXPECT_EQ(Raw(L"odd", L"to\\f\\a\\b"), (Stored{0, 12345, "123"}));
     EXPECT_EQ(FolderNames(L"to\\f"), (Names{L"a", L"c"}));

@@ -2,15 +2,16 @@
 #include "command.h"
 #include "info/info.h"
 #include "rec/rec.h"
+#include "reg/reg.h"
 #include "unit/unit.h"
 #include "xml/xml.h"
 
 namespace mvtool {
 
 std::span<const Family* const> families() {
-    static const Family* const all[] = {&rec::family(),      &xml::family(),
-                                        &unit::family(),     &info::versionFamily(),
-                                        &info::pathFamily(), &info::diagnosisFamily()};
+    static const Family* const all[] = {&rec::family(),          &xml::family(),         &reg::family(),
+                                        &unit::family(),         &info::versionFamily(), &info::pathFamily(),
+                                        &info::diagnosisFamily()};
     return all;
 }
 
