@@ -406,9 +406,9 @@ void FindTinyxml2(benchmark::State& state) {
 
 // Markup that makes a parser slow which looks for something again and again.
 const wchar_t* const Floods[] = {
-    L"<a>",           L"<a b='1'/>",     L"<a/>x",     L"x<!--c-->",   L"<!--c--><!--d-->",
-    L"&amp;",         L"<a><b></a>",     L"<a>'</a>",  L"<a \">x\"/>", L"<![CDATA[]]]]>",
-    L"<a x=\">'\"/>", L"<b c d e f g/>", L"<?a b?>\n", L" \t \n \r ",  L"<a>&#65;</a>"};
+    L"<a>",           L"<a b='1'/>",     L"<a/>x",     L"x<!--c-->",    L"<!--c--><!--d-->",
+    L"&amp;",         L"<a><b></a>",     L"<a>'</a>",  L"<a \">x></a>", L"<![CDATA[]]]]>",
+    L"<a x=\">'\"/>", L"<b c d e f g/>", L"<?a b?>\n", L" \t \n \r ",   L"<a>&#65;</a>"};
 
 void Flood(benchmark::State& state, const wchar_t* piece, int count) {
     std::wstring text = L"<r>";

@@ -1,5 +1,6 @@
 #include "XMLNode.h"
 
+#include "xml/names.h"
 #include "xml/record.h"
 #include "xml/tables.h"
 

@@ -1,7 +1,7 @@
 #include "XMLNode.h"
 
+#include "xml/names.h"
 #include "xml/record.h"
-#include "xml/tables.h"
 
 using mvxml::Children;
 using mvxml::Clears;

@@ -1,6 +1,7 @@
 #include "xml/parse.h"
 
 #include "xml/encodings.h"
+#include "xml/names.h"
 #include "xml/parser.h"
 
 #include <algorithm>

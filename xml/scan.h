@@ -101,8 +101,9 @@ inline void Widen(Vector bytes, wchar_t* target) {
 
 #endif
 
-// What ends a run. `Is` decides; `Find` may report units that `Is` refuses, never the reverse.
+// What ends a run. `Is` decides; `Find` reports the same units, or, where it is not exact, some more.
 struct TextStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == L'<' || unit == L'&' || unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -113,6 +114,7 @@ struct TextStops {
 };
 template <wchar_t Quote>
 struct ValueStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == Quote || unit == L'<' || unit == L'&' || unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -122,6 +124,7 @@ struct ValueStops {
 #endif
 };
 struct NameStops {
+    static constexpr bool Exact = false; // negative units
     static bool Is(wchar_t unit) { return HasClass(unit, ClassNameEnd); }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -131,6 +134,7 @@ struct NameStops {
 #endif
 };
 struct EscapeStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == 0 || HasClass(unit, ClassEscape); }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -141,6 +145,7 @@ struct EscapeStops {
 #endif
 };
 struct MarkupStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == L'<' || unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -150,6 +155,7 @@ struct MarkupStops {
 #endif
 };
 struct TagCloseStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == L'>' || unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -159,6 +165,7 @@ struct TagCloseStops {
 #endif
 };
 struct DoctypeStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == L'<' || unit == L'>' || unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -168,6 +175,7 @@ struct DoctypeStops {
 #endif
 };
 struct EndStops {
+    static constexpr bool Exact = true;
     static bool Is(wchar_t unit) { return unit == 0; }
 #if defined(__SSE2__)
     template <class Vectors>
@@ -189,6 +197,8 @@ inline const Unit* FindStop(const Unit* text) {
                 continue;
             }
             text += FirstHit<Unit>(bits);
+            if constexpr (Stops::Exact)
+                return text;
         }
 #endif
         if (Stops::Is(*text))
@@ -244,6 +254,10 @@ inline const wchar_t* CopyToStop(const wchar_t* text, wchar_t*& out, Room& room)
             std::ptrdiff_t hit = FirstHit<wchar_t>(bits);
             text += hit;
             target += hit;
+            if constexpr (Stops::Exact) {
+                out = target;
+                return text;
+            }
         }
 #endif
         if (Stops::Is(*text)) {

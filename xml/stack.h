@@ -1,11 +1,11 @@
 // A stack for walks whose depth comes from data.
 #pragma once
 
+#include "xml/blocks.h"
 #include "xml/record.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace mvxml {
@@ -17,10 +17,7 @@ public:
     Stack() {}
     Stack(const Stack&) = delete;
     Stack& operator=(const Stack&) = delete;
-    ~Stack() {
-        if (m_items != m_inPlace)
-            std::free(m_items);
-    }
+    ~Stack() { Free(); }
     void Push(const Item& item) {
         if (m_count == m_room)
             Grow();
@@ -39,24 +36,30 @@ public:
     Item* At(std::size_t i) { return m_items + i; }
 
 private:
+    // Large stacks come from where documents' memory comes from.
     void Grow() {
-        std::size_t room = m_room * 2;
-        if (room > SIZE_MAX / sizeof(Item))
+        if (m_room > SIZE_MAX / sizeof(Item) / 4)
             throw MemoryExhausted();
-        bool inPlace = m_items == m_inPlace;
-        Item* items = static_cast<Item*>(std::realloc(inPlace ? nullptr : m_items, room * sizeof(Item)));
-        if (!items)
+        std::size_t size;
+        void* memory = TakeBlock(m_room * 2 * sizeof(Item), size);
+        if (!memory)
             throw MemoryExhausted();
-        if (inPlace)
-            std::memcpy(static_cast<void*>(items), m_inPlace, m_count * sizeof(Item));
-        m_items = items;
-        m_room = room;
+        std::memcpy(memory, static_cast<const void*>(m_items), m_count * sizeof(Item));
+        Free();
+        m_items = static_cast<Item*>(memory);
+        m_room = size / sizeof(Item);
+        m_size = size;
+    }
+    void Free() {
+        if (m_items != m_inPlace)
+            GiveBlock(m_items, m_size);
     }
 
     Item m_inPlace[InPlace];
     Item* m_items = m_inPlace;
     std::size_t m_count = 0;
     std::size_t m_room = InPlace;
+    std::size_t m_size = 0; // bytes, when not in place
 };
 
 } // namespace mvxml

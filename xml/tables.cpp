@@ -92,17 +92,6 @@ const wchar_t* EntityOf(wchar_t character, int& length) {
     return nullptr;
 }
 
-bool EqualNames(const wchar_t* first, const wchar_t* second) {
-    if (!first || !second)
-        return false;
-    for (;; ++first, ++second) {
-        if (*first != *second && Fold(*first) != Fold(*second))
-            return false;
-        if (!*first)
-            return true;
-    }
-}
-
 constexpr UnitClassTable MakeUnitClasses() {
     UnitClassTable table = {};
     for (char unit : {'\n', ' ', '\t', '\r'})

@@ -63,7 +63,4 @@ inline bool IsSpace(wchar_t unit) {
 inline wchar_t Fold(wchar_t unit) {
     return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + (L'a' - L'A')) : unit;
 }
-// Whether two texts are equal but for case. Null equals nothing.
-bool EqualNames(const wchar_t* first, const wchar_t* second);
-
 } // namespace mvxml

@@ -78,6 +78,40 @@ TEST_F(XmlNodeTest, ChildrenByNameWhateverItsCase) {
     EXPECT_TRUE(node.getChildNode(nullptr, 0).isEmpty());
 }
 
+TEST_F(XmlNodeTest, NamesOfEveryLengthAreComparedToTheirEnd) {
+    for (size_t length = 1; length < 40; ++length) {
+        std::wstring name(length, L'n');
+        XMLNode node = XMLNode::createXMLTopNode(L"a");
+        node.addChild(name.c_str());
+        auto finds = [&](const std::wstring& wanted) { return node.nChildNode(wanted.c_str()) == 1; };
+        ASSERT_TRUE(finds(name));
+        ASSERT_TRUE(finds(std::wstring(length, L'N')));
+        ASSERT_FALSE(finds(name + L"n"));
+        ASSERT_FALSE(finds(name + L" "));
+        ASSERT_FALSE(finds(name.substr(1)));
+        for (size_t at = 0; at < length; ++at) {
+            std::wstring other = name;
+            other[at] = L'N';
+            ASSERT_TRUE(finds(other));
+            other[at] = L'm';
+            ASSERT_FALSE(finds(other));
+            other[at] = static_cast<wchar_t>(L'n' + 0x100);
+            ASSERT_FALSE(finds(other));
+            // Two units that differ in the bit of the case alone are no letters for that.
+            for (const wchar_t* pair : {L"[{", L"@`", L"0\x10", L"\u00E9\u00C9"}) {
+                std::wstring upper = name;
+                std::wstring lower = name;
+                upper[at] = pair[0];
+                lower[at] = pair[1];
+                XMLNode one = XMLNode::createXMLTopNode(L"a");
+                one.addChild(upper.c_str());
+                ASSERT_EQ(one.nChildNode(upper.c_str()), 1);
+                ASSERT_EQ(one.nChildNode(lower.c_str()), 0);
+            }
+        }
+    }
+}
+
 TEST_F(XmlNodeTest, SearchStoresTheIndexBehindWhatItFound) {
     XMLNode node = ParseSound(L"<a><b/><c/><b/></a>");
     int i = 0;
