@@ -30,7 +30,7 @@ public:
     CBufferCircular(unsigned long dwMida = 0);
     CBufferCircular(const CBufferCircular&) = delete;
     CBufferCircular& operator=(const CBufferCircular&) = delete;
-    virtual ~CBufferCircular();
+    ~CBufferCircular() override;
 
     // ---- The block
 

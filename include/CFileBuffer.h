@@ -52,23 +52,23 @@ public:
     CFileBuffer& operator=(const CFileBuffer&) = delete;
     // Writes pending bytes, frees the block and closes the file. An error here is swallowed: call Close to
     // see it.
-    virtual ~CFileBuffer();
+    ~CFileBuffer() override;
 
     // Opens another file, from position 0. Non-zero on success; 0 on failure, described in `*pError` when
     // that is not null. Close has set the block's size to 0, so an object that was closed and opened again
     // neither delivers nor stores bytes: make a new object instead.
-    virtual int Open(const wchar_t* szFitxer, unsigned int nFlags, CFileException* pError = nullptr) override;
+    int Open(const wchar_t* szFitxer, unsigned int nFlags, CFileException* pError = nullptr) override;
     // Writes pending bytes, frees the block, sets every field of the block (its size too) to 0 and closes the
     // file. When writing throws, the file stays open and the bytes pending; Abort() closes without them.
-    virtual void Close() override;
+    void Close() override;
 
     // ---- Query
 
     // The position that the next Read or Write starts from.
-    virtual unsigned long long GetPosition() const override;
+    unsigned long long GetPosition() const override;
     // The file's length. While bytes are pending: where the last of them will end, counted from the block's
     // start, even if the file is longer than that.
-    virtual unsigned long long GetLength() const override;
+    unsigned long long GetLength() const override;
     // Describes the open file. 1 on success, else 0.
     int GetStatus(CFileStatus& rStatus) const;
     using CFile::GetStatus; // the static form, which takes a path
@@ -84,7 +84,7 @@ public:
     // (CFile::begin, current, end) and returns it. The end is that of the file on disk: pending bytes do not
     // count. Neither writes nor drops the block. Positions past the end are allowed. A position before the
     // beginning throws CFileException* and moves nothing.
-    virtual unsigned long long Seek(long long lOff, unsigned int nFrom) override;
+    unsigned long long Seek(long long lOff, unsigned int nFrom) override;
     // The same to the beginning, and to the end of the file on disk, which is returned.
     void SeekToBegin();
     unsigned long long SeekToEnd();
@@ -95,13 +95,13 @@ public:
     // fewer than `n` at the end of the file or when the block cannot be loaded. 0 in a file opened for
     // writing. `p` may be null when `n` is 0. Throws CFileException* only where pending bytes have to be
     // written first.
-    virtual unsigned int Read(void* p, unsigned int n) override;
+    unsigned int Read(void* p, unsigned int n) override;
     // Copies `n` bytes to the current position and moves it by what was stored. Stops early, saying nothing,
     // when the block cannot be loaded or the position lies outside it after the load; GetPosition tells.
     // Throws CFileException* when a full block cannot be written. `p` may be null when `n` is 0.
-    virtual void Write(const void* p, unsigned int n) override;
+    void Write(const void* p, unsigned int n) override;
     // Writes pending bytes, then has the system do the same. See above for what may follow it.
-    virtual void Flush() override;
+    void Flush() override;
 
     // ---- The block itself
 
@@ -120,10 +120,10 @@ public:
     // ---- As in CFile
 
     // Throws CInvalidArgException* when `szPath` is null.
-    virtual void SetFilePath(const wchar_t* szPath) override;
-    virtual void SetLength(unsigned long long qwMida) override;
-    virtual void LockRange(unsigned long long qwPos, unsigned long long qwMida) override;
-    virtual void UnlockRange(unsigned long long qwPos, unsigned long long qwMida) override;
+    void SetFilePath(const wchar_t* szPath) override;
+    void SetLength(unsigned long long qwMida) override;
+    void LockRange(unsigned long long qwPos, unsigned long long qwMida) override;
+    void UnlockRange(unsigned long long qwPos, unsigned long long qwMida) override;
     virtual unsigned int GetBufferPtr(unsigned int nCommand, unsigned int nCount = 0,
                                       void** ppBufStart = nullptr, void** ppBufMax = nullptr) override;
 

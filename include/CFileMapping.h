@@ -28,7 +28,7 @@ public:
     // Takes the handle of an open file, which must outlive the open mapping, and asks the system for its
     // allocation granularity.
     explicit CFileMapping(void* hFile);
-    virtual ~CFileMapping(); // Close()
+    ~CFileMapping() override; // Close()
 
     // Closes the mapping if one is open, then creates one over the file: `dwProtect` PAGE_READONLY (2),
     // PAGE_READWRITE (4) or PAGE_WRITECOPY (8); `qwMida` its size, 0 for the file's; `szNom` the name under
@@ -53,7 +53,7 @@ class MVLIB_API CMapViewOfFile : public CObject {
 public:
     // A closed view on `pMapping`, which may be null (every Open then fails) and must outlive the open view.
     explicit CMapViewOfFile(CFileMapping* pMapping);
-    virtual ~CMapViewOfFile(); // Close()
+    ~CMapViewOfFile() override; // Close()
 
     // Unmaps the current view, then maps `dwMida` bytes of the file from `qwOffset` on with `dwAccess`
     // (FILE_MAP_READ 4, FILE_MAP_WRITE 2, FILE_MAP_COPY 1). The view starts at the multiple of the

@@ -18,7 +18,7 @@ class MVLIB_API TComptaTemps {
 public:
     // Starts at the moment of construction.
     TComptaTemps();
-    ~TComptaTemps();
+    ~TComptaTemps() = default;
 
     // Starts anew. Answers 0.
     int Reset();

@@ -112,7 +112,7 @@ TSerializer* TSerializer::Open(const wchar_t* path, int bWrite, unsigned long /*
         TSerializer* serializer = new (std::nothrow) TSerializer(file.get());
         if (!serializer)
             AfxThrowMemoryException();
-        file.release();
+        static_cast<void>(file.release()); // Close ends both
         return serializer;
     } catch (CException* error) {
         ReportAndDelete(error);

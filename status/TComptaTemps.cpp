@@ -3,8 +3,6 @@
 TComptaTemps::TComptaTemps()
     : m_dwInici(::GetTickCount()) {}
 
-TComptaTemps::~TComptaTemps() = default;
-
 int TComptaTemps::Reset() {
     m_dwInici = ::GetTickCount();
     return 0;

@@ -103,7 +103,7 @@ public:
         std::fill(m_block.begin(), m_block.end(), 0);
         if (!m_writing) {
             m_valid = std::min(m_size, m_disk.size() - static_cast<std::size_t>(m_position));
-            std::memcpy(m_block.data(), m_disk.data() + m_position, m_valid);
+            std::copy_n(m_disk.begin() + static_cast<std::ptrdiff_t>(m_position), m_valid, m_block.begin());
         }
         return 0;
     }

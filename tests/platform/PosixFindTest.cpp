@@ -18,6 +18,25 @@ namespace {
 constexpr DWORD linkToFolder = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
 constexpr DWORD linkToFile = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
 
+// The superuser has every right: as long as this lives, an ordinary user of the superuser's group looks
+// instead.
+class AsOrdinaryUser {
+public:
+    explicit AsOrdinaryUser(const fs::path& folder)
+        : m_user(geteuid()) {
+        if (m_user != 0)
+            return;
+        fs::permissions(folder, fs::perms::group_exec | fs::perms::group_read, fs::perm_options::add);
+        EXPECT_EQ(seteuid(65534), 0);
+    }
+    AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+    AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
+    ~AsOrdinaryUser() { EXPECT_EQ(seteuid(m_user), 0); }
+
+private:
+    uid_t m_user;
+};
+
 class PosixFind : public testing::TestWithParam<bool> {
 protected:
     void SetUp() override {
@@ -162,20 +181,23 @@ TEST_P(PosixFind, RemovedFolderListsNothingMore) {
 // ---- Error results
 
 TEST_P(PosixFind, FolderWithoutRightsGives5) {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "the superuser has every right";
     fs::permissions(m_folder.Root() / "sub", fs::perms::none);
-    EXPECT_EQ(First(m_folder.Path(L"sub\\*")), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    {
+        const AsOrdinaryUser user(m_folder.Root());
+        EXPECT_EQ(First(m_folder.Path(L"sub\\*")), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    }
     fs::permissions(m_folder.Root() / "sub", fs::perms::owner_all);
 }
 
 TEST_P(PosixFind, FolderThatMayOnlyBeListedTellsKinds) {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "the superuser has every right";
     m_folder.Write(L"sub\\file", "12345");
-    fs::permissions(m_folder.Root() / "sub", fs::perms::owner_read);
-    const auto entries = List(m_folder.Path(L"sub\\*"));
+    fs::permissions(m_folder.Root() / "sub", fs::perms::owner_read | fs::perms::group_read);
+    std::map<std::wstring, DWORD> entries;
+    {
+        const AsOrdinaryUser user(m_folder.Root());
+        entries = List(m_folder.Path(L"sub\\*"));
+    }
     fs::permissions(m_folder.Root() / "sub", fs::perms::owner_all);
     EXPECT_EQ(entries.at(L"below"), DWORD{FILE_ATTRIBUTE_DIRECTORY});
     EXPECT_EQ(entries.at(L"file"), DWORD{FILE_ATTRIBUTE_ARCHIVE});

@@ -32,7 +32,7 @@ std::string table(const std::vector<std::pair<std::string, std::string>>& rows) 
     }
     std::string text;
     for (const auto& [left, right] : rows) {
-        text += "  " + left + std::string(width - left.size() + 2, ' ') + right + '\n';
+        text.append("  ").append(left).append(width - left.size() + 2, ' ').append(right).append("\n");
     }
     return text;
 }

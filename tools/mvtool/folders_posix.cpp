@@ -449,7 +449,7 @@ bool folderExists(const std::string& path) {
 }
 
 std::string makeFolderBeside(const std::string& path) {
-    const std::string folder = join(parentOf(withoutEndSlashes(slashes(path))), temporaryName());
+    std::string folder = join(parentOf(withoutEndSlashes(slashes(path))), temporaryName());
     if (mkdir(folder.c_str(), 0777) != 0) {
         fail(errno == ENOENT || errno == ENOTDIR ? Exit::notFound : Exit::writeFailure, "make the folder",
              displayText(path));
