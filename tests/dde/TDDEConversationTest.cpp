@@ -307,7 +307,7 @@ TEST_F(TDDEConversationTest, TwoHundredCommandsInARowAllArrive) {
     for (int i = 0; i < 200; ++i)
         words.push_back(std::to_string(i));
     Peer peer(words);
-    EXPECT_TRUE(PumpUntil([&] { return server.commands.size() == 200; }, 30));
+    EXPECT_TRUE(PumpUntil([&] { return server.commands.size() == 200; }, 120));
     for (std::size_t i = 0; i < server.commands.size(); ++i)
         EXPECT_EQ(server.commands[i], L"First: " + std::to_wstring(i));
     EXPECT_EQ(peer.Wait(), 0);
