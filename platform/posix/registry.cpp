@@ -512,7 +512,7 @@ LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameSize) {
 
 LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR className, LPDWORD classSize, LPDWORD /*reserved*/, LPDWORD subKeys,
                          LPDWORD longestSubKey, LPDWORD longestClass, LPDWORD values,
-                         LPDWORD longestValueName, LPDWORD longestValue, LPDWORD securityDescriptor,
+                         LPDWORD longestName, LPDWORD longestValue, LPDWORD securityDescriptor,
                          PFILETIME lastWrite) {
     return answer([&]() -> LSTATUS {
         const KeyUse use(key);
@@ -548,7 +548,7 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR className, LPDWORD classSize, LPDWORD 
         deliver(longestSubKey, numbers[1]);
         deliver(longestClass, 0);
         deliver(values, numbers[2]);
-        deliver(longestValueName, numbers[3]);
+        deliver(longestName, numbers[3]);
         deliver(longestValue, numbers[4]);
         deliver(securityDescriptor, 0);
         if (lastWrite)

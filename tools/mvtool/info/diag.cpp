@@ -51,8 +51,12 @@ void addLanguages(std::vector<Row>& rows) {
     for (HINSTANCE module : modules) {
         const std::string name = fromWide(AfxGetNomIdioma(module).GetString());
         const std::string key = fromWide(AfxGetClauIdioma(module).GetString());
-        rows.push_back(
-            {"texts", (name.empty() ? "no language" : name + " (" + key + ")") + ", " + moduleFile(module)});
+        std::string language = "no language";
+        if (!name.empty()) {
+            language = name;
+            language.append(" (").append(key).append(")");
+        }
+        rows.push_back({"texts", language.append(", ").append(moduleFile(module))});
     }
 }
 
