@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <folder_entries.h>
-#include <fstream>
 #include <fts.h>
 #include <string>
 #include <unistd.h>
 
+#include "file_trees.h"
 #include "sink.h"
 
 namespace fs = std::filesystem;
@@ -16,12 +16,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr long ENTRIES = 100000;
-
-void MakeFiles(const fs::path& folder, int count) {
-    fs::create_directories(folder);
-    for (int i = 0; i < count; ++i)
-        std::ofstream(folder / ("a file of some length " + std::to_string(i) + ".txt"));
-}
 
 // The two trees, made when first asked for and removed at the end.
 class Trees {
@@ -38,7 +32,7 @@ private:
         : m_root(fs::temp_directory_path() / ("mvlib62-bench-" + std::to_string(getpid())))
         , m_flat(m_root / "flat")
         , m_nested(m_root / "nested") {
-        MakeFiles(m_flat, static_cast<int>(ENTRIES));
+        MakeFiles(m_flat, ENTRIES);
         // 10 and 100 and 1,000 folders, with files in the lowest: 99,900 entries and a few more.
         for (int i = 0; i < 1000; ++i)
             MakeFiles(m_nested / std::to_string(i / 100) / std::to_string(i / 10 % 10) /

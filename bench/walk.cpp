@@ -5,9 +5,9 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
+#include "file_trees.h"
 #include "sink.h"
 #include "TIteradorFitxers.h"
 
@@ -16,12 +16,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr long kFiles = 100000;
-
-void MakeFiles(const fs::path& folder, long count) {
-    fs::create_directories(folder);
-    for (long i = 0; i < count; ++i)
-        std::ofstream(folder / ("a file of some length " + std::to_string(i) + ".txt"));
-}
 
 // The trees, made when first asked for and removed at the end.
 class Trees {
