@@ -62,6 +62,7 @@
 #include "posix/api/mapping.h"
 #include "posix/api/memory.h"
 #include "posix/api/modules.h"
+#include "posix/api/profile.h"
 #include "posix/api/registry.h"
 #include "posix/api/resources.h"
 #include "posix/api/sync.h"
