@@ -14,15 +14,13 @@
 //
 // What a writer must know:
 //   - Up to a whole block (8 MiB under a TSerializer) stays in memory until the block is full, Flush, Close
-//   or
-//     deletion. A process that is killed loses it.
+//     or deletion. A process that is killed loses it.
 //   - Pending bytes are always written at the position of the block's start. That is right for writing on
-//   from
-//     where the block began. It is not after Flush: the block stays loaded, so bytes written next, before the
-//     position leaves the block, overwrite those that Flush wrote. Flush, then write no more; or Close and
-//     reopen.
+//     from where the block began. It is not after Flush: the block stays loaded, so bytes written next,
+//     before the position leaves the block, overwrite those that Flush wrote. Flush, then write no more; or
+//     Close and reopen.
 //   - The position may be moved inside the block while bytes are pending; unwritten gaps between them are
-//   zeros.
+//     zeros.
 //   - Past the end of the file the block starts at the end: a gap left by seeking beyond it is not made.
 //
 // The system's own position of m_hFile is moved only when the block is loaded or written or a seek leaves it;
@@ -124,8 +122,8 @@ public:
     void SetLength(unsigned long long qwMida) override;
     void LockRange(unsigned long long qwPos, unsigned long long qwMida) override;
     void UnlockRange(unsigned long long qwPos, unsigned long long qwMida) override;
-    virtual unsigned int GetBufferPtr(unsigned int nCommand, unsigned int nCount = 0,
-                                      void** ppBufStart = nullptr, void** ppBufMax = nullptr) override;
+    unsigned int GetBufferPtr(unsigned int nCommand, unsigned int nCount = 0, void** ppBufStart = nullptr,
+                              void** ppBufMax = nullptr) override;
 
 protected:
     // Writes pending bytes at the position of the block's start. 0, also when nothing is pending; -1 without

@@ -137,10 +137,9 @@ public:
     int ReadRecord(void* pBuf, unsigned long dwSize, TIndicadorEstat* pIE);
     // NextRecord, then the whole payload. `pBuf` null on entry: a block of exactly the payload's length is
     // allocated with malloc for the caller to free; otherwise `pBuf` must have room for any payload. The
-    // length goes to
-    // `*pdwLen`, unless null, on success only. 0; -5: cancelled before anything was read; -17; -7, and then a
-    // block allocated here is freed and `pBuf` null again (a cancel after the header was read gives this code
-    // too). No memory for the block: throws CMemoryException*.
+    // length goes to `*pdwLen`, unless null, on success only. 0; -5: cancelled before anything was read; -17;
+    // -7, and then a block allocated here is freed and `pBuf` null again (a cancel after the header was read
+    // gives this code too). No memory for the block: throws CMemoryException*.
     int ReadNextRecord(SER_RECORDHEADER& hdr, void*& pBuf, unsigned long* pdwLen, short nLevel,
                        TIndicadorEstat* pIE);
     // The same for a record that must have the identifier `dwId`. -9: it has another and is kept for the next
