@@ -13,7 +13,7 @@ namespace mvplat {
 namespace {
 
 constexpr std::size_t longestKeyName = 255;
-constexpr std::size_t longestValueName = 16383;
+constexpr std::size_t valueNameLimit = 16383;
 
 using Session = RegistryStore::Session;
 using Transaction = RegistryStore::Session::Transaction;
@@ -565,7 +565,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD /*reserved*/, DWORD type, c
         if (use.error())
             return use.error();
         const std::wstring_view text = name ? name : L"";
-        if (text.size() > longestValueName)
+        if (text.size() > valueNameLimit)
             return ERROR_INVALID_PARAMETER;
         if (!data && size != 0)
             return ERROR_NOACCESS;
