@@ -3,13 +3,13 @@
 
 #include "COSVersionInfo.h"
 #include "FolderEntries.h"
+#include "SystemPath.h"
 
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
-#include <vector>
 
-#include "win32.h"
+#include "afxtempl.h"
 
 namespace {
 
@@ -48,9 +48,9 @@ public:
     explicit VersionResource(const wchar_t* path) {
         DWORD unused = 0;
         const DWORD size = IsEmptyText(path) ? 0 : GetFileVersionInfoSizeW(path, &unused);
-        m_data.resize(size);
-        if (size && !GetFileVersionInfoW(path, 0, size, m_data.data()))
-            m_data.clear();
+        m_data.SetSize(static_cast<INT_PTR>(size));
+        if (size && !GetFileVersionInfoW(path, 0, size, m_data.GetData()))
+            m_data.RemoveAll();
     }
 
     // The value under a name; null when there is none. `room` says how many bytes there are from it to the
@@ -58,11 +58,12 @@ public:
     const BYTE* Query(const wchar_t* name, std::size_t& room) const {
         void* value = nullptr;
         UINT size = 0;
-        if (m_data.empty() || !VerQueryValueW(m_data.data(), name, &value, &size) || !value)
+        const BYTE* data = m_data.GetData();
+        if (m_data.IsEmpty() || !VerQueryValueW(data, name, &value, &size) || !value)
             return nullptr;
         const BYTE* bytes = static_cast<const BYTE*>(value);
-        const BYTE* end = m_data.data() + m_data.size();
-        if (bytes < m_data.data() || bytes > end)
+        const BYTE* end = data + m_data.GetSize();
+        if (bytes < data || bytes > end)
             return nullptr;
         room = static_cast<std::size_t>(end - bytes);
         return bytes;
@@ -80,7 +81,7 @@ public:
     }
 
 private:
-    std::vector<BYTE> m_data;
+    CArray<BYTE> m_data;
 };
 
 int VersionText(const wchar_t* path, CString& text) {
@@ -101,33 +102,34 @@ bool RemoveLink(const CString& path) {
 
 // Leaves a folder (ending in a backslash) that is the process's current one.
 void LeaveFolder(const CString& folder) {
-    std::vector<wchar_t> room(GetCurrentDirectoryW(0, nullptr) + std::size_t{1});
-    const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(room.size()), room.data());
-    CString current(room.data(), length < room.size() ? static_cast<int>(length) : 0);
+    CString current = CurrentFolderPath();
     CPathString::posarBarraFinal(current, 1);
     if (current.CompareNoCase(folder) == 0)
         SetCurrentDirectoryW(L"..");
 }
 
-// A folder that is being emptied, with the folders in it that are still to be removed.
-struct Emptying {
+// A folder that is to be removed.
+struct Doomed {
     CString path; // ends in a backslash
-    std::vector<CString> folders;
+    bool emptied = false;
 };
 
-// Deletes the files and links of a folder and notes its folders. False when it cannot be listed.
-bool EmptyOfFiles(Emptying& folder) {
-    FolderEntries entries(folder.path + L"*.*");
+// Deletes the files and links of the last of the folders and adds the folders in it behind it. False when it
+// cannot be listed.
+bool EmptyLast(CArray<Doomed>& folders) {
+    const CString folder = folders[folders.GetUpperBound()].path;
+    FolderEntries entries(folder + L"*.*");
     if (!entries.Started())
         return false;
+    folders[folders.GetUpperBound()].emptied = true;
     do {
-        const CString path = folder.path + entries.Name();
+        const CString path = folder + entries.Name();
         if (entries.IsDots())
             continue;
         if (entries.IsLink())
             RemoveLink(path);
         else if (entries.IsFolder())
-            folder.folders.push_back(path);
+            folders.Add({path + L"\\"});
         else
             CPathString::Esborrar(path, 0); // Kept: a read-only file stays
     } while (entries.Next());
@@ -137,30 +139,26 @@ bool EmptyOfFiles(Emptying& folder) {
 // Removes everything inside a folder, whatever the depth; what cannot be removed stays. False when the folder
 // itself cannot be listed.
 bool EmptyFolder(const CString& path) {
-    std::vector<Emptying> open;
-    open.push_back({path, {}});
-    if (!EmptyOfFiles(open.back()))
+    CArray<Doomed> folders;
+    folders.Add({path});
+    if (!EmptyLast(folders))
         return false;
-    for (;;) {
-        if (!open.back().folders.empty()) {
-            const CString next = open.back().folders.back();
-            open.back().folders.pop_back();
-            // Asked again, for it may have been replaced by a link meanwhile.
-            if (IsLink(GetFileAttributesW(next))) {
-                RemoveLink(next);
-                continue;
-            }
-            open.push_back({next + L"\\", {}});
-            if (!EmptyOfFiles(open.back()))
-                open.pop_back();
-            continue;
+    while (folders.GetSize() > 1) {
+        const INT_PTR last = folders.GetUpperBound();
+        const CString plain = WithoutFinalBackslash(folders[last].path);
+        if (folders[last].emptied) {
+            LeaveFolder(folders[last].path);
+            RemoveDirectoryW(plain);
+            folders.RemoveAt(last);
+        } else if (IsLink(GetFileAttributesW(plain))) {
+            // It has been replaced by a link since it was listed.
+            RemoveLink(plain);
+            folders.RemoveAt(last);
+        } else if (!EmptyLast(folders)) {
+            folders.RemoveAt(last);
         }
-        if (open.size() == 1)
-            return true;
-        LeaveFolder(open.back().path);
-        RemoveDirectoryW(WithoutFinalBackslash(open.back().path));
-        open.pop_back();
     }
+    return true;
 }
 
 } // namespace
@@ -252,7 +250,7 @@ int CPathString::CrearCarpeta(const wchar_t* szCarpeta) {
         return 0;
     }
     // The missing folders, the innermost first.
-    std::vector<CString> missing;
+    CArray<CString> missing;
     CString folder = WithoutFinalBackslash(szCarpeta);
     for (;;) {
         const DWORD attributes = AttributesOf(folder);
@@ -262,18 +260,18 @@ int CPathString::CrearCarpeta(const wchar_t* szCarpeta) {
             SetLastError(ERROR_FILE_EXISTS);
             return 0;
         }
-        missing.push_back(folder);
+        missing.Add(folder);
         const int slash = folder.ReverseFind(L'\\');
         if (slash <= 0)
             break;
         folder = WithoutFinalBackslash(folder.Left(slash));
     }
-    for (auto next = missing.rbegin(); next != missing.rend(); ++next) {
-        if (CreateDirectoryW(*next, nullptr))
+    for (INT_PTR i = missing.GetUpperBound(); i >= 0; --i) {
+        if (CreateDirectoryW(missing[i], nullptr))
             continue;
         // Another process may have been faster.
         const DWORD error = GetLastError();
-        if (error != ERROR_ALREADY_EXISTS || !IsFolder(AttributesOf(*next))) {
+        if (error != ERROR_ALREADY_EXISTS || !IsFolder(AttributesOf(missing[i]))) {
             SetLastError(error);
             return 0;
         }

@@ -3,8 +3,7 @@
 
 #include "COSVersionInfo.h"
 #include "Idioma.h"
-
-#include <vector>
+#include "SystemPath.h"
 
 #include "afxwin.h"
 #include "shell.h"
@@ -17,19 +16,6 @@ constexpr int kCommonDocuments = 46;       // CSIDL_COMMON_DOCUMENTS
 
 bool IsEmptyText(const wchar_t* text) {
     return !text || !*text;
-}
-
-// A text from a system function that takes a buffer and its size and answers the length, or the size it
-// wants.
-template <class Function>
-CString TextFrom(Function function) {
-    std::vector<wchar_t> room(MAX_PATH);
-    UINT length = function(room.data(), static_cast<UINT>(room.size()));
-    if (length >= room.size()) {
-        room.resize(length + std::size_t{1});
-        length = function(room.data(), static_cast<UINT>(room.size()));
-    }
-    return length < room.size() ? CString(room.data(), static_cast<int>(length)) : CString();
 }
 
 // A special folder's path; empty when the system does not know it.
@@ -65,15 +51,16 @@ CString CPathString::GetNomRutaShell(int nCarpeta) {
 }
 
 CString CPathString::GetSystemDir(int bBarra) {
-    return Ended(TextFrom([](wchar_t* text, UINT size) { return GetSystemDirectoryW(text, size); }), bBarra);
+    return Ended(TextFrom([](wchar_t* text, DWORD size) { return GetSystemDirectoryW(text, size); }), bBarra);
 }
 
 CString CPathString::GetWindowsDir(int bBarra) {
-    return Ended(TextFrom([](wchar_t* text, UINT size) { return GetWindowsDirectoryW(text, size); }), bBarra);
+    return Ended(TextFrom([](wchar_t* text, DWORD size) { return GetWindowsDirectoryW(text, size); }),
+                 bBarra);
 }
 
 CString CPathString::GetTempPathW(int bBarra) {
-    CString folder = TextFrom([](wchar_t* text, UINT size) { return ::GetTempPathW(size, text); });
+    CString folder = TextFrom([](wchar_t* text, DWORD size) { return ::GetTempPathW(size, text); });
     if (folder.Find(L'~') >= 0) {
         folder = getLongPathName(folder);
     }
@@ -131,7 +118,7 @@ CString CPathString::getLongPathName(const wchar_t* szRuta) {
         return szRuta;
     }
     const auto convert = reinterpret_cast<GetLongPathName_t>(reinterpret_cast<void*>(address));
-    const CString path = TextFrom([&](wchar_t* text, UINT size) { return convert(szRuta, text, size); });
+    const CString path = TextFrom([&](wchar_t* text, DWORD size) { return convert(szRuta, text, size); });
     return path.IsEmpty() ? CString(szRuta) : path;
 }
 

@@ -1,8 +1,8 @@
 #include "CPathString.h"
 
-#include <array>
+#include "SystemPath.h"
+
 #include <cwchar>
-#include <vector>
 
 #include "win32.h"
 
@@ -31,9 +31,10 @@ CString MakePath(const wchar_t* drive, const wchar_t* folder, const wchar_t* nam
     std::size_t room = sizeof "X:\\.";
     for (const wchar_t* part : {folder, name, extension})
         room += part ? std::wcslen(part) : 0;
-    std::vector<wchar_t> path(room);
-    return _wmakepath_s(path.data(), room, drive, folder, name, extension) == 0 ? CString(path.data())
-                                                                                : CString();
+    CString path;
+    _wmakepath_s(path.GetBuffer(static_cast<int>(room)), room, drive, folder, name, extension);
+    path.ReleaseBuffer();
+    return path;
 }
 
 bool EndsInBackslash(const CString& str) {
@@ -48,16 +49,12 @@ bool IsAbsolute(const wchar_t* path) {
 // Makes another folder the current one while it lives.
 class CurrentFolder {
 public:
-    explicit CurrentFolder(const CString& folder) {
-        m_previous.resize(GetCurrentDirectoryW(0, nullptr) + std::size_t{1});
-        const auto room = static_cast<DWORD>(m_previous.size());
-        const DWORD length = GetCurrentDirectoryW(room, m_previous.data());
-        m_previous[length < room ? length : 0] = 0;
-        m_entered = SetCurrentDirectoryW(folder) != FALSE;
-    }
+    explicit CurrentFolder(const CString& folder)
+        : m_previous(CurrentFolderPath())
+        , m_entered(SetCurrentDirectoryW(folder) != FALSE) {}
     ~CurrentFolder() {
-        if (m_entered && m_previous[0])
-            SetCurrentDirectoryW(m_previous.data());
+        if (m_entered && !m_previous.IsEmpty())
+            SetCurrentDirectoryW(m_previous);
     }
     CurrentFolder(const CurrentFolder&) = delete;
     CurrentFolder& operator=(const CurrentFolder&) = delete;
@@ -65,7 +62,7 @@ public:
     bool Entered() const { return m_entered; }
 
 private:
-    std::vector<wchar_t> m_previous;
+    CString m_previous;
     bool m_entered;
 };
 

@@ -2,6 +2,7 @@
 
 #include "CPathString.h"
 #include "FolderEntries.h"
+#include "SystemPath.h"
 
 #include "win32.h"
 
@@ -52,10 +53,8 @@ struct Place {
 
 private:
     static bool IsBelow(const CString& folder, const Identity& target) {
-        DWORD room = GetFullPathNameW(folder, 0, nullptr, nullptr);
-        CString path;
-        room = GetFullPathNameW(folder, room, path.GetBuffer(static_cast<int>(room)), nullptr);
-        path.ReleaseBuffer(static_cast<int>(room));
+        CString path = TextFrom(
+            [&folder](wchar_t* text, DWORD size) { return GetFullPathNameW(folder, size, text, nullptr); });
         for (int end = path.ReverseFind(L'\\'); end >= 0; end = path.ReverseFind(L'\\')) {
             path.Truncate(end);
             if (target.Same(Identity(path + L"\\")))

@@ -1,6 +1,7 @@
 #include <COSVersionInfo.h>
 #include <CPathString.h>
 
+#include "alloc_failure.h"
 #include "temp_folder.h"
 
 #include "afxwin.h"
@@ -206,6 +207,21 @@ TEST_F(CPathStringTest, QuotesAreCleanedOncePerEnd) {
     EXPECT_EQ(Text(AfxNetejarPath(L"\"\"")), L"");
     EXPECT_EQ(Text(AfxNetejarPath(L"\"\"x\"\"")), L"\"x\"");
     EXPECT_EQ(Text(AfxNetejarPath(nullptr)), L"");
+}
+
+TEST_F(CPathStringTest, WithoutMemoryTheMemoryExceptionIsThrown) {
+    const CPathString path(L"C:\\d\\f.txt");
+    int refused = 0;
+    const int failures = FailEachAllocation([&] {
+        try {
+            EXPECT_EQ(path.Substituir(nullptr, nullptr, L"other", nullptr).Cd(L"sub").GetLength(), 18);
+        } catch (CMemoryException* e) {
+            e->Delete();
+            ++refused;
+        }
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(refused, failures);
 }
 
 // ---- The file system
