@@ -62,7 +62,7 @@ function(mvlib_install_package)
     DESTINATION ${framework_headers}
     COMPONENT headers
     FILES_MATCHING PATTERN "afx*.h")
-  install(FILES platform/dde.h platform/event_view.h platform/win32.h platform/mvafx_export.h DESTINATION ${framework_headers} COMPONENT headers)
+  install(FILES platform/ddelib.h platform/event_view.h platform/win32.h platform/mvafx_export.h DESTINATION ${framework_headers} COMPONENT headers)
   if(NOT WIN32)
     install(
       DIRECTORY platform/posix

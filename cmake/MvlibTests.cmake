@@ -23,9 +23,11 @@ add_library(mvlib_test_options INTERFACE)
 target_compile_options(mvlib_test_options INTERFACE -O0)
 
 # What every test program finds in its environment; nothing of the user's is touched.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/tests/run)
 set(MVLIB_TEST_ENVIRONMENT
     "MVLIB_REGISTRY=${PROJECT_BINARY_DIR}/tests/registry.db"
     "XDG_DATA_HOME=${PROJECT_BINARY_DIR}/tests/share"
+    "XDG_RUNTIME_DIR=${PROJECT_BINARY_DIR}/tests/run"
     "ASAN_OPTIONS=allocator_may_return_null=1"
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
     "UBSAN_OPTIONS=print_stacktrace=1"

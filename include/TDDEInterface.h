@@ -26,7 +26,7 @@
 
 #include "afx.h"
 
-#include "dde.h"
+#include "ddelib.h"
 
 // A client conversation. It only holds names: every transfer opens a conversation of its own and closes it.
 // Copies share the handles of the original, and the first object that ends them leaves the other with none

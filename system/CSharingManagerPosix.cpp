@@ -17,6 +17,7 @@ CString CSharingManager::_getNetNameViaDevicePath(const wchar_t*) {
     return CString();
 }
 int CSharingManager::_addSharePath(const wchar_t*, const wchar_t*) {
+    SetLastError(ERROR_NOT_SUPPORTED);
     return 0;
 }
 int CSharingManager::AddAccessRights(wchar_t*, wchar_t*, unsigned long, int) {

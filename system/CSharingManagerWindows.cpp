@@ -86,7 +86,11 @@ int CSharingManager::_addSharePath(const wchar_t* szCarpeta, const wchar_t* szNo
     share.shi2_current_uses = 0;
     share.shi2_path = path;
     share.shi2_passwd = password;
-    const bool made = ::NetShareAdd(nullptr, 2, reinterpret_cast<LPBYTE>(&share), nullptr) == NERR_Success;
+    const DWORD error = ::NetShareAdd(nullptr, 2, reinterpret_cast<LPBYTE>(&share), nullptr);
+    const bool made = error == NERR_Success;
+    // The network library answers its errors and leaves the thread's alone; results do not tell them here.
+    if (!made)
+        ::SetLastError(error);
     if (!AfxGetOSVersionInfo()->EsWindowsNT())
         return made ? 1 : 0;
     if (!made)

@@ -1,7 +1,7 @@
 // The functions of dynamic data exchange themselves: the same cases against the system's and against ours.
 #include "Pump.h"
 
-#include <dde.h>
+#include <ddelib.h>
 #include <gtest/gtest.h>
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// Dynamic data exchange management. Include dde.h of the platform's folder, not this file.
+// Dynamic data exchange management. Include ddelib.h, not this file.
 //
 // Programs of one user meet in a private folder: $XDG_RUNTIME_DIR/mvlib62-dde, or /tmp/mvlib62-dde-UID where
 // that variable names no folder. Each registered service is a socket there. The folder must belong to the
