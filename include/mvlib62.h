@@ -35,4 +35,6 @@
 // Families of windows and drawing, which are there on Windows only.
 #if __has_include("Dibuix.h")
 #include "Dibuix.h"
+#include "EstatFinestres.h"
+#include "UnitatsControls.h"
 #endif
