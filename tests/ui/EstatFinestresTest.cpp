@@ -23,10 +23,13 @@ public:
 
 class EstatFinestresTest : public testing::Test {
 protected:
-    EstatFinestresTest() { TCarpetaRegistry::SetCarpetaBaseApp(L"Software\\Mirvanet\\test_ui"); }
+    EstatFinestresTest() {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Mirvanet\\test_ui");
+        TCarpetaRegistry::SetCarpetaBaseApp(L"Software\\Mirvanet\\test_ui");
+    }
     ~EstatFinestresTest() override {
         AfxGetApp()->m_pMainWnd = nullptr;
-        TCarpetaRegistry(L"").BorrarCarpeta(L"Software\\Mirvanet\\test_ui");
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Mirvanet\\test_ui");
         TCarpetaRegistry::SetCarpetaBaseApp(nullptr);
     }
     static CString Stored(const wchar_t* name) { return TCarpetaRegistry().TornaValorString(name, L""); }

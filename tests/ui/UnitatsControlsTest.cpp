@@ -17,12 +17,13 @@ namespace {
 class UnitatsControlsTest : public testing::Test {
 protected:
     UnitatsControlsTest() {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Mirvanet\\test_ui");
         TCarpetaRegistry::SetCarpetaBaseApp(L"Software\\Mirvanet\\test_ui");
         AfxSetUnitatsActives(UNITATS_IN);
     }
     ~UnitatsControlsTest() override {
         AfxSetUnitatsActives(UNITATS_ACTIVES);
-        TCarpetaRegistry(L"").BorrarCarpeta(L"Software\\Mirvanet\\test_ui");
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Mirvanet\\test_ui");
         TCarpetaRegistry::SetCarpetaBaseApp(nullptr);
     }
 };
