@@ -118,18 +118,20 @@ void DecodeModp(benchmark::State& state) {
     }
 }
 
-constexpr int SmallSize = 3000;
-constexpr int LargeSize = 3000000;
+void Sizes(benchmark::internal::Benchmark* benchmark) {
+    for (int size = 3000; size <= 3000000; size *= 10)
+        benchmark->Arg(size);
+}
 
-BENCHMARK_CAPTURE(EncodeOurs, plain, 0)->Name("base64/encode/ours")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(EncodeOpenssl)->Name("base64/encode/peer-openssl")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(EncodeBeast)->Name("base64/encode/peer-beast")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(EncodeModp)->Name("base64/encode/peer-modp")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK_CAPTURE(EncodeOurs, lines, 1)->Name("base64/encode-lines/ours")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(EncodeLinesOpenssl)->Name("base64/encode-lines/peer-openssl")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(DecodeOurs)->Name("base64/decode/ours")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(DecodeOpenssl)->Name("base64/decode/peer-openssl")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(DecodeBeast)->Name("base64/decode/peer-beast")->Arg(SmallSize)->Arg(LargeSize);
-BENCHMARK(DecodeModp)->Name("base64/decode/peer-modp")->Arg(SmallSize)->Arg(LargeSize);
+BENCHMARK_CAPTURE(EncodeOurs, plain, 0)->Name("base64/encode/ours")->Apply(Sizes);
+BENCHMARK(EncodeOpenssl)->Name("base64/encode/peer-openssl")->Apply(Sizes);
+BENCHMARK(EncodeBeast)->Name("base64/encode/peer-beast")->Apply(Sizes);
+BENCHMARK(EncodeModp)->Name("base64/encode/peer-modp")->Apply(Sizes);
+BENCHMARK_CAPTURE(EncodeOurs, lines, 1)->Name("base64/encode-lines/ours")->Apply(Sizes);
+BENCHMARK(EncodeLinesOpenssl)->Name("base64/encode-lines/peer-openssl")->Apply(Sizes);
+BENCHMARK(DecodeOurs)->Name("base64/decode/ours")->Apply(Sizes);
+BENCHMARK(DecodeOpenssl)->Name("base64/decode/peer-openssl")->Apply(Sizes);
+BENCHMARK(DecodeBeast)->Name("base64/decode/peer-beast")->Apply(Sizes);
+BENCHMARK(DecodeModp)->Name("base64/decode/peer-modp")->Apply(Sizes);
 
 } // namespace

@@ -50,8 +50,7 @@ public:
         if (best >= 0) {
             block = m_blocks[best].start;
             size = m_blocks[best].size;
-            m_total -= size;
-            m_blocks[best] = m_blocks[--m_count];
+            Remove(best);
         }
         Leave();
         return block;
@@ -60,8 +59,14 @@ public:
     bool Give(void* block, std::size_t size) {
         if (!Enter())
             return false;
-        bool kept = !m_closed && m_count < Room && size <= Limit && m_total <= Limit - size;
+        bool kept = !m_closed && size <= Limit;
         if (kept) {
+            // What has lain here longest goes first.
+            while (m_count == Room || m_total > Limit - size) {
+                void* oldest = m_blocks[0].start;
+                Remove(0);
+                std::free(oldest);
+            }
             m_blocks[m_count++] = {block, size};
             m_total += size;
         }
@@ -73,6 +78,13 @@ private:
     bool Enter() { return !m_busy.test_and_set(std::memory_order_acquire); }
     void Leave() { m_busy.clear(std::memory_order_release); }
 
+    void Remove(int index) {
+        m_total -= m_blocks[index].size;
+        --m_count;
+        for (int i = index; i < m_count; ++i)
+            m_blocks[i] = m_blocks[i + 1];
+    }
+
     static constexpr int Room = 64;
     struct Block {
         void* start;
@@ -82,7 +94,7 @@ private:
     bool m_closed = false;
     int m_count = 0;
     std::size_t m_total = 0;
-    Block m_blocks[Room] = {};
+    Block m_blocks[Room] = {}; // in the order in which they came
 };
 
 constinit Store Kept;
