@@ -511,9 +511,8 @@ LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameSize) {
 }
 
 LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR className, LPDWORD classSize, LPDWORD /*reserved*/, LPDWORD subKeys,
-                         LPDWORD longestSubKey, LPDWORD longestClass, LPDWORD values,
-                         LPDWORD longestName, LPDWORD longestValue, LPDWORD securityDescriptor,
-                         PFILETIME lastWrite) {
+                         LPDWORD longestSubKey, LPDWORD longestClass, LPDWORD values, LPDWORD longestName,
+                         LPDWORD longestValue, LPDWORD securityDescriptor, PFILETIME lastWrite) {
     return answer([&]() -> LSTATUS {
         const KeyUse use(key);
         if (use.error())
