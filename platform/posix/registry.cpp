@@ -434,7 +434,7 @@ LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey) {
             return error;
         if (parts.empty() && start.isRoot())
             return ERROR_ACCESS_DENIED;
-        Session session(false);
+        Session session(false, true);
         if (const LSTATUS error = start.check(session))
             return error;
         if (session.absent())
@@ -466,7 +466,7 @@ LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
         std::vector<std::wstring_view> parts;
         if (const LSTATUS error = splitPath(subKey, parts))
             return error;
-        Session session(false);
+        Session session(false, true);
         if (const LSTATUS error = start.check(session))
             return error;
         if (session.absent())
@@ -668,7 +668,7 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name) {
         if (!use.may(KEY_SET_VALUE))
             return ERROR_ACCESS_DENIED;
         const std::string folded = foldedName(name ? name : L"");
-        Session session(false);
+        Session session(false, true);
         if (const LSTATUS error = use.check(session))
             return error;
         if (session.absent())

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 #include <pthread.h>
 #include <pwd.h>
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int storeVersion = 1;
 constexpr int busyMilliseconds = 20000;
+constexpr std::int64_t millisecondsBetweenLooks = 20;
 
 // The ids of keys are never used again, so that an open key that was deleted is recognised.
 constexpr char schema[] =
@@ -143,7 +145,15 @@ bool isProperText(std::wstring_view text) {
 } // namespace
 
 std::string foldedName(std::wstring_view name) {
-    return utf16Bytes(upperCase(name), true);
+    std::string bytes(name.size() * 2, '\0');
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const wchar_t unit = upperCase(name[i]);
+        if (unit > 0xFFFF)
+            return utf16Bytes(upperCase(name), true); // pairs take more
+        bytes[2 * i] = static_cast<char>(unit >> 8);
+        bytes[2 * i + 1] = static_cast<char>(unit);
+    }
+    return bytes;
 }
 
 // ---- Statement
@@ -246,7 +256,17 @@ void RegistryStore::close() {
     m_file.clear();
 }
 
-DWORD RegistryStore::makeReady(bool create) {
+DWORD RegistryStore::makeReady(bool create, bool change) {
+    // Whether the file was replaced is looked at before each change; for readers now and then will do.
+    const char* const given = std::getenv("MVLIB_REGISTRY");
+    if (m_database && !change && given && m_file == given) {
+        timespec now;
+        ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+        const std::int64_t milliseconds = std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+        if (milliseconds - m_lastLook < millisecondsBetweenLooks)
+            return 0;
+        m_lastLook = milliseconds;
+    }
     std::string file = storeFile();
     struct stat status;
     const bool exists = ::stat(file.c_str(), &status) == 0;
@@ -333,10 +353,10 @@ DWORD RegistryStore::prepare() {
 
 // ---- Session
 
-RegistryStore::Session::Session(bool create)
+RegistryStore::Session::Session(bool create, bool change)
     : m_store(instance())
     , m_guard(m_store.m_lock)
-    , m_error(m_store.makeReady(create)) {}
+    , m_error(m_store.makeReady(create, change)) {}
 
 RegistryStore::Session::~Session() = default;
 

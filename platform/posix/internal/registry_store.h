@@ -82,7 +82,7 @@ public:
 
 private:
     RegistryStore() = default;
-    DWORD makeReady(bool create);
+    DWORD makeReady(bool create, bool change);
     DWORD open(const std::string& file, bool create);
     DWORD prepare();
     void close();
@@ -96,13 +96,16 @@ private:
     std::uint64_t m_device = 0;
     std::uint64_t m_inode = 0;
     unsigned m_generation = 0;
+    std::int64_t m_lastLook = 0; // at the file, in milliseconds
     sqlite3_stmt* m_statements[static_cast<int>(Query::Count)] = {};
 };
 
 class RegistryStore::Session {
 public:
-    // `create`: the file is made when it is missing.
-    explicit Session(bool create);
+    // `create`: the file is made when it is missing; `change`: what it holds will be changed.
+    explicit Session(bool create)
+        : Session(create, create) {}
+    Session(bool create, bool change);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
