@@ -409,7 +409,7 @@ TEST_F(CSharingManagerTest, FailedShareOfTheNtFamilyCountsAsMade) {
 TEST_F(CSharingManagerTest, OutsideTheNtFamilyAFailedShareIsAFailure) {
     auto* const system = const_cast<COSVersionInfo*>(AfxGetOSVersionInfo());
     const DWORD platform = system->dwPlatformId;
-    system->dwPlatformId = VER_PLATFORM_WIN32_WINDOWS;
+    system->dwPlatformId = 1; // the family of the 9x systems
     g_world.addResult = ERROR_ACCESS_DENIED;
     EXPECT_EQ(AfxShareFolder(path.c_str()), -1);
     g_world.addResult = NERR_Success;

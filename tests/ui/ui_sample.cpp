@@ -16,9 +16,14 @@ public:
 
 protected:
     BOOL OnInitDialog() override {
-        if (m_menu)
+        const BOOL focus = SampleDialog::OnInitDialog();
+        if (m_menu) {
+            // The menu takes over the messages: the dialog has to be seen before.
+            ShowWindow(SW_SHOWNORMAL);
+            UpdateWindow();
             PostMessage(WM_COMMAND, Units, 0);
-        return SampleDialog::OnInitDialog();
+        }
+        return focus;
     }
 
 private:
