@@ -3,13 +3,17 @@
 #include "alloc_failure.h"
 #include "temp_folder.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -45,6 +49,12 @@ public:
 class CFitxerINITest : public testing::Test {
 protected:
     std::wstring Path() const { return m_folder.Path(L"a.ini"); }
+    /// A path in the form of the suite, which separates folders by backslashes.
+    std::wstring Backslashed(const wchar_t* name) const {
+        std::wstring path = m_folder.Path(name);
+        std::replace(path.begin(), path.end(), L'/', L'\\');
+        return path;
+    }
     CFitxerINI File() const { return CFitxerINI(Path().c_str()); }
     void Write(std::u16string_view text) const { m_folder.Write(L"a.ini", Marked(text)); }
     void WriteBytes(std::string_view bytes) const { m_folder.Write(L"a.ini", bytes); }
@@ -122,7 +132,7 @@ TEST_F(CFitxerINITest, AnEmptyPathIsTheProgramsWithTheExtensionIni) {
 // ---- Writing values
 
 TEST_F(CFitxerINITest, AFirstWriteMakesTheFoldersTheMarkAndTheSection) {
-    CFitxerINI deep(m_folder.Path(L"x\\y\\a.ini").c_str());
+    CFitxerINI deep(Backslashed(L"x\\y\\a.ini").c_str());
     EXPECT_EQ(deep.SetString(L"App", L"key", L"värde €"), 1);
     EXPECT_EQ(m_folder.Read(L"x\\y\\a.ini"), Marked(u"[App]\r\nkey=värde €\r\n"));
 }
@@ -601,7 +611,7 @@ TEST_F(CFitxerINITest, WithoutASectionNothingIsWritten) {
 }
 
 TEST_F(CFitxerINITest, TheFolderIsMadeWhenItIsMissing) {
-    Ini file(m_folder.Path(L"x\\y\\a.ini").c_str());
+    Ini file(Backslashed(L"x\\y\\a.ini").c_str());
     EXPECT_EQ(file.checkCarpeta(1), 1);
     EXPECT_TRUE(m_folder.Exists(L"x\\y"));
     EXPECT_EQ(file.checkCarpeta(0), 1);
@@ -610,4 +620,37 @@ TEST_F(CFitxerINITest, TheFolderIsMadeWhenItIsMissing) {
 
 TEST_F(CFitxerINITest, AFolderIsNoFile) {
     EXPECT_EQ(CFitxerINI(m_folder.Path(L"").c_str()).TestFitxer(), 0);
+}
+
+// ---- docs/ini-files.md
+
+TEST_F(CFitxerINITest, TheWorkedExampleIsReadAsThePageSays) {
+    std::ifstream file(MVLIB_DOCS "/ini-files.md", std::ios::binary);
+    ASSERT_TRUE(file.is_open());
+    const std::string page(std::istreambuf_iterator<char>(file), {});
+    const auto block = [&](const std::string& kind) {
+        const std::size_t start = page.find("```" + kind + "\n") + kind.size() + 4;
+        const std::size_t size = page.find("```", start) - start;
+        std::wstring text(size, L'\0');
+        text.resize(static_cast<std::size_t>(::MultiByteToWideChar(
+            CP_UTF8, 0, page.data() + start, static_cast<int>(size), text.data(), static_cast<int>(size))));
+        return text;
+    };
+    std::u16string text;
+    for (const wchar_t unit : block("ini"))
+        text += static_cast<char16_t>(unit);
+    Write(text);
+    std::wistringstream results(block("results"));
+    int count = 0;
+    for (std::wstring line; std::getline(results, line); ++count) {
+        const std::size_t first = line.find(L' ');
+        const std::size_t second = line.find(L' ', first + 1);
+        std::wstring expected = line.substr(second + 1);
+        if (expected.front() == L'"')
+            expected = expected.substr(1, expected.size() - 2);
+        EXPECT_EQ(String(line.substr(0, first).c_str(), line.substr(first + 1, second - first - 1).c_str()),
+                  expected);
+    }
+    EXPECT_EQ(count, 7);
+    EXPECT_EQ(File().GetInt(L"Window", L"Left", 0), 31);
 }
