@@ -2,6 +2,7 @@
 #include "command.h"
 #include "dde/dde.h"
 #include "info/info.h"
+#include "ini/ini.h"
 #include "rec/rec.h"
 #include "reg/reg.h"
 #include "share/share.h"
@@ -11,10 +12,10 @@
 namespace mvtool {
 
 std::span<const Family* const> families() {
-    static const Family* const all[] = {
-        &rec::family(),         &xml::family(),      &reg::family(),
-        &unit::family(),        &dde::family(),      &share::family(),
-        &info::versionFamily(), &info::pathFamily(), &info::diagnosisFamily()};
+    static const Family* const all[] = {&rec::family(),          &xml::family(),         &reg::family(),
+                                        &ini::family(),          &unit::family(),        &dde::family(),
+                                        &share::family(),        &info::versionFamily(), &info::pathFamily(),
+                                        &info::diagnosisFamily()};
     return all;
 }
 
