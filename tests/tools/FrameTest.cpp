@@ -4,7 +4,9 @@
 namespace tooltest {
 namespace {
 
-bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
 
 TEST(Frame, HelpNamesTheFamiliesOnStandardOutput) {
     for (const char* word : {"--help", "-h", "help"}) {
@@ -20,7 +22,8 @@ TEST(Frame, HelpNamesTheFamiliesOnStandardOutput) {
 TEST(Frame, HelpOfAFamilyNamesItsCommands) {
     const Result result = mvtool({"rec", "--help"});
     EXPECT_EQ(result.code, kDone);
-    for (const char* command : {"build DIR", "list FILE", "tree FILE", "extract FILE", "check FILE", "info FILE"}) {
+    for (const char* command :
+         {"build DIR", "list FILE", "tree FILE", "extract FILE", "check FILE", "info FILE"}) {
         EXPECT_TRUE(contains(result.out, std::string("\n  ") + command)) << command;
     }
 }
@@ -78,10 +81,11 @@ TEST_F(Options, StandBeforeBetweenAndBehindTheOperands) {
     Write("tree/a", "1");
     const std::string tree = Text("tree");
     const std::string file = Text("t.rec");
-    for (const std::vector<std::string>& words :
-         {std::vector<std::string>{"rec", "build", "-o", file, tree}, {"rec", "build", tree, "-o" + file},
-          {"rec", "build", "--output", file, "-q", tree}, {"rec", "build", "--output=" + file, "--", tree},
-          {"rec", "build", "-qo", file, tree}}) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"rec", "build", "-o", file, tree},
+                                                  {"rec", "build", tree, "-o" + file},
+                                                  {"rec", "build", "--output", file, "-q", tree},
+                                                  {"rec", "build", "--output=" + file, "--", tree},
+                                                  {"rec", "build", "-qo", file, tree}}) {
         EXPECT_EQ(mvtool(words).code, kDone) << words[2];
         EXPECT_TRUE(Exists("t.rec"));
         std::filesystem::remove(Path("t.rec"));

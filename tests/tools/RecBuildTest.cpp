@@ -15,8 +15,8 @@ protected:
         Write(u8"tree/docs/Größe €.txt", std::string("a\0b", 3));
         Write(u8"tree/empty.bin", "");
         MakeFolder("tree/nothing");
-        for (const char8_t* name : {u8"tree/docs/read me.txt", u8"tree/docs/Größe €.txt", u8"tree/empty.bin", u8"tree/nothing",
-                                    u8"tree/docs"}) {
+        for (const char8_t* name : {u8"tree/docs/read me.txt", u8"tree/docs/Größe €.txt", u8"tree/empty.bin",
+                                    u8"tree/nothing", u8"tree/docs"}) {
             setModified(Path(name), kTime);
         }
     }
@@ -148,7 +148,8 @@ TEST_F(RecBuild, TimesOfFilesAndFoldersComeBack) {
     MakeTree();
     ASSERT_EQ(Build("tree", "tree.rec").code, kDone);
     ASSERT_EQ(Extract("tree.rec", "copy").code, kDone);
-    for (const char8_t* name : {u8"copy/docs", u8"copy/nothing", u8"copy/empty.bin", u8"copy/docs/Größe €.txt"}) {
+    for (const char8_t* name :
+         {u8"copy/docs", u8"copy/nothing", u8"copy/empty.bin", u8"copy/docs/Größe €.txt"}) {
         EXPECT_EQ(modified(Path(name)), kTime);
     }
 }
@@ -192,7 +193,8 @@ TEST_F(RecBuild, AnOutputInsideTheTreeIsLeftOut) {
         EXPECT_EQ(result.code, kDone) << result.err;
         EXPECT_EQ(Rec("list", "tree/tree.rec").out.find("rec"), std::string::npos);
         // The temporary file always, an old output from the second run on.
-        EXPECT_EQ(result.out, "packed 0 folders, 1 file, 1 byte; left out: " + std::to_string(run + 1) + "\n");
+        EXPECT_EQ(result.out,
+                  "packed 0 folders, 1 file, 1 byte; left out: " + std::to_string(run + 1) + "\n");
         EXPECT_NE(result.err.find("left out, the output itself: "), std::string::npos);
     }
 }
@@ -269,11 +271,13 @@ TEST_F(RecBuild, ProgressEndsAtTheFullBarAndStaysOffWhenNobodyLooks) {
     const std::string full = "[##############################] 100%  ";
     Result result = mvtool({"rec", "build", "--progress=always", Text("tree"), "-o", Text("t.rec")});
     EXPECT_EQ(result.code, kDone);
-    EXPECT_NE(result.err.find("[..............................]   0%  packing docs"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("[..............................]   0%  packing docs"), std::string::npos)
+        << result.err;
     EXPECT_NE(result.err.find(full + "packing nothing"), std::string::npos) << result.err;
-    for (const std::vector<std::string>& words : {std::vector<std::string>{"rec", "check", "--progress=always", Text("t.rec")},
-                                                  {"rec", "info", "--progress=always", Text("t.rec")},
-                                                  {"rec", "extract", "--progress=always", Text("t.rec"), "-C", Text("c")}}) {
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"rec", "check", "--progress=always", Text("t.rec")},
+          {"rec", "info", "--progress=always", Text("t.rec")},
+          {"rec", "extract", "--progress=always", Text("t.rec"), "-C", Text("c")}}) {
         result = mvtool(words);
         EXPECT_EQ(result.code, kDone);
         EXPECT_NE(result.err.find(full), std::string::npos) << result.err;
@@ -283,20 +287,23 @@ TEST_F(RecBuild, ProgressEndsAtTheFullBarAndStaysOffWhenNobodyLooks) {
 }
 
 TEST_F(RecBuild, RecordFilesOfOtherProgramsCanBeCheckedAndDescribed) {
-    Write("other.rec", RecordBytes()
-                           .Header(7, 1, 2, 3)
-                           .Raw(RecordBytes::Number(5, 4) + RecordBytes::Number(3, 4) + RecordBytes::Number(0, 2) + "abc")
-                           .Raw(RecordBytes::Number(6, 4) + RecordBytes::Number(0, 4) + RecordBytes::Number(1, 2))
-                           .Bytes());
+    Write("other.rec",
+          RecordBytes()
+              .Header(7, 1, 2, 3)
+              .Raw(RecordBytes::Number(5, 4) + RecordBytes::Number(3, 4) + RecordBytes::Number(0, 2) + "abc")
+              .Raw(RecordBytes::Number(6, 4) + RecordBytes::Number(0, 4) + RecordBytes::Number(1, 2))
+              .Bytes());
     Result result = Rec("check", "other.rec");
     EXPECT_EQ(result.code, kDone) << result.err;
     EXPECT_EQ(result.out,
-              Text("other.rec") + ": good: 2 records; no packed tree but kind 7, so only the records were checked\n");
+              Text("other.rec") +
+                  ": good: 2 records; no packed tree but kind 7, so only the records were checked\n");
     result = Rec("info", "other.rec");
     EXPECT_EQ(result.code, kDone) << result.err;
-    EXPECT_NE(result.out.find("header words:  7 1 2 3\nkind:          record file of another program\nrecords:       2\n"
-                              "payload bytes: 3\nlevels:        2\n  0x00000005: 1 record, 3 bytes\n"
-                              "  0x00000006: 1 record, 0 bytes\n"),
+    EXPECT_NE(result.out.find(
+                  "header words:  7 1 2 3\nkind:          record file of another program\nrecords:       2\n"
+                  "payload bytes: 3\nlevels:        2\n  0x00000005: 1 record, 3 bytes\n"
+                  "  0x00000006: 1 record, 0 bytes\n"),
               std::string::npos)
         << result.out;
     EXPECT_EQ(mvtool({"rec", "list", "-r", Text("other.rec")}).code, kDone);

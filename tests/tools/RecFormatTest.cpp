@@ -29,17 +29,20 @@ TEST(RecFormat, AnEntryComesBackFromItsPayload) {
 }
 
 TEST(RecFormat, NamesOfEverySystemAreToldFromOthers) {
-    for (const char16_t* name : {u"a", u".profile", u"..a", u"con1", u"COM", u"COM10", u"conx.txt", u"a.con", u"\xD83D\xDE00", u"LPTx",
-                                 u"a b", u"com\u00B4"}) {
+    for (const char16_t* name : {u"a", u".profile", u"..a", u"con1", u"COM", u"COM10", u"conx.txt", u"a.con",
+                                 u"\xD83D\xDE00", u"LPTx", u"a b", u"com\u00B4"}) {
         EXPECT_EQ(kindOfName(name), NameKind::everywhere) << utf8(name);
     }
-    for (const char16_t* name : {u"CON", u"con.txt", u"Com1", u"COM0.a", u"LPT\u00B9", u"nul", u"prn.", u"aux .c", u"CONIN$", u"conout$",
-                                 u"clock$", u"a.", u"a ", u"...", u" ", u"a<b", u"a\"", u"\t", u"a\\b", u"\xDCFF"}) {
+    for (const char16_t* name :
+         {u"CON",    u"con.txt", u"Com1",    u"COM0.a", u"LPT\u00B9", u"nul",   u"prn.",
+          u"aux .c", u"CONIN$",  u"conout$", u"clock$", u"a.",        u"a ",    u"...",
+          u" ",      u"a<b",     u"a\"",     u"\t",     u"a\\b",      u"\xDCFF"}) {
         EXPECT_EQ(kindOfName(name), NameKind::posixOnly);
     }
-    for (const std::u16string& name : {std::u16string(), std::u16string(u"."), std::u16string(u".."), std::u16string(u"a/b"),
-                                       std::u16string(1, u'\0'), std::u16string(256, u'a'), std::u16string(u"\xD800"),
-                                       std::u16string(u"\xDE00"), std::u16string(u"\xDCC3\xDCA9")}) {
+    for (const std::u16string& name :
+         {std::u16string(), std::u16string(u"."), std::u16string(u".."), std::u16string(u"a/b"),
+          std::u16string(1, u'\0'), std::u16string(256, u'a'), std::u16string(u"\xD800"),
+          std::u16string(u"\xDE00"), std::u16string(u"\xDCC3\xDCA9")}) {
         EXPECT_EQ(kindOfName(name), NameKind::nowhere);
     }
 }

@@ -1,5 +1,5 @@
-// Files that are cut, changed or made to do harm: each is refused with the offset of the first bad byte, and extracting it
-// leaves nothing behind.
+// Files that are cut, changed or made to do harm: each is refused with the offset of the first bad byte, and
+// extracting it leaves nothing behind.
 #include "rec_fixture.h"
 
 #include <rec/reader.h>
@@ -51,8 +51,10 @@ protected:
         const std::string what = "damaged at byte " + std::to_string(offset) + ": " + text;
         Result result = Rec("check", "t.rec");
         EXPECT_EQ(result.code, kNo);
-        EXPECT_EQ(result.out.substr(0, Text("t.rec").size() + 7 + what.size()), Text("t.rec") + ": bad: " + what);
-        EXPECT_NE(result.out.find("[library code " + std::to_string(code) + "]\n"), std::string::npos) << result.out;
+        EXPECT_EQ(result.out.substr(0, Text("t.rec").size() + 7 + what.size()),
+                  Text("t.rec") + ": bad: " + what);
+        EXPECT_NE(result.out.find("[library code " + std::to_string(code) + "]\n"), std::string::npos)
+            << result.out;
         EXPECT_EQ(result.err, "");
         for (const char* command : {"list", "tree", "info"}) {
             result = Rec(command, "t.rec");
@@ -145,13 +147,17 @@ TEST_F(RecHostile, AFileThatIsNoRecordFileIsRefused) {
 }
 
 TEST_F(RecHostile, AFormatOfTheFutureIsRefused) {
-    ExpectRefused(RecordBytes().Header(0x524D, 2, 0, 0).End(), 2, -9, "a packed tree of an unknown format: 2 0 0");
-    ExpectRefused(RecordBytes().Header(0x524D, 1, 0, 9).End(), 2, -9, "a packed tree of an unknown format: 1 0 9");
+    ExpectRefused(RecordBytes().Header(0x524D, 2, 0, 0).End(), 2, -9,
+                  "a packed tree of an unknown format: 2 0 0");
+    ExpectRefused(RecordBytes().Header(0x524D, 1, 0, 9).End(), 2, -9,
+                  "a packed tree of an unknown format: 1 0 9");
 }
 
 TEST_F(RecHostile, ALengthBeyondTheEndIsNotBelieved) {
-    const RecordBytes file = RecordBytes().File(0, u"a", 9).Raw(std::string("DATA\xFF\xFF\xFF\xFF\x01\0", 10)).Raw("xyz");
-    ExpectRefused(file, file.Bytes().size(), -7, "the payload of 4294967295 bytes goes beyond the end of the file");
+    const RecordBytes file =
+        RecordBytes().File(0, u"a", 9).Raw(std::string("DATA\xFF\xFF\xFF\xFF\x01\0", 10)).Raw("xyz");
+    ExpectRefused(file, file.Bytes().size(), -7,
+                  "the payload of 4294967295 bytes goes beyond the end of the file");
 }
 
 TEST_F(RecHostile, ASizeThatTheFileCannotHoldIsNotBelieved) {
@@ -188,7 +194,8 @@ TEST_F(RecHostile, NamesThatCouldLeaveTheFolderAreRefused) {
         {std::u16string(u"a\0b", 3), "a name that no file can have: a\\x00b"},
         {std::u16string(1, u'\xD800'), "a name that no file can have: \\ud800"},
         {std::u16string(1, u'\xDC00'), "a name that no file can have: \\udc00"},
-        {u"\xDCC3\xDCA9", "a name that no file can have: \\udcc3\\udca9"}, // as bytes a name that has a form of its own
+        {u"\xDCC3\xDCA9",
+         "a name that no file can have: \\udcc3\\udca9"}, // as bytes a name that has a form of its own
         {u"..\\x", "a name that Windows reserves: ..\\\\x"},
         {u"\\x", "a name that Windows reserves: \\\\x"},
         {u"C:", "a name that Windows reserves: C:"},
@@ -206,15 +213,18 @@ TEST_F(RecHostile, NamesThatCouldLeaveTheFolderAreRefused) {
         {u"what?", "a name that Windows reserves: what?"},
     };
     for (const Name& name : names) {
-        EXPECT_NE(Fault(RecordBytes().Folder(0, name.name).End().Bytes()).find("damaged at byte 42: " + std::string(name.text)),
+        EXPECT_NE(Fault(RecordBytes().Folder(0, name.name).End().Bytes())
+                      .find("damaged at byte 42: " + std::string(name.text)),
                   std::string::npos)
             << name.text;
-        EXPECT_NE(Fault(RecordBytes().File(0, name.name, 0).End().Bytes()).find("damaged at byte 50: " + std::string(name.text)),
+        EXPECT_NE(Fault(RecordBytes().File(0, name.name, 0).End().Bytes())
+                      .find("damaged at byte 50: " + std::string(name.text)),
                   std::string::npos)
             << name.text;
     }
     ExpectRefused(RecordBytes().Folder(0, u"..").End(), 42, -9, "a name that no file can have: ..");
-    ExpectRefused(RecordBytes().File(0, u"../../x", 0).End(), 50, -9, "a name that no file can have: ../../x");
+    ExpectRefused(RecordBytes().File(0, u"../../x", 0).End(), 50, -9,
+                  "a name that no file can have: ../../x");
     ExpectRefused(RecordBytes().File(0, u"..\\x", 0).End(), 50, -9, "a name that Windows reserves: ..\\\\x");
 }
 
@@ -226,7 +236,8 @@ TEST_F(RecHostile, ANameWhoseLengthDoesNotFitIsRefused) {
                   "the name's length does not fit");
     ExpectRefused(RecordBytes().Record("FOLD", 0, fixed + RecordBytes::Number(0, 2)), 22, -9,
                   "a length that no such record has: 18");
-    ExpectRefused(RecordBytes().Folder(0, std::u16string(256, u'x')), 22, -9, "a length that no such record has: 530");
+    ExpectRefused(RecordBytes().Folder(0, std::u16string(256, u'x')), 22, -9,
+                  "a length that no such record has: 530");
 }
 
 TEST_F(RecHostile, DuplicateAndUnorderedNamesAreRefused) {
@@ -262,7 +273,8 @@ TEST_F(RecHostile, DataOutOfPlaceAreRefused) {
 }
 
 TEST_F(RecHostile, APieceOverTheLimitIsRefusedWithoutReadingIt) {
-    const RecordBytes file = RecordBytes().File(0, u"a", (1 << 20) + 1).Data(1, std::string((1 << 20) + 1, 'x'));
+    const RecordBytes file =
+        RecordBytes().File(0, u"a", (1 << 20) + 1).Data(1, std::string((1 << 20) + 1, 'x'));
     ExpectRefused(file, file.Last() + 4, -9, "a length that does not fit: 1048581");
 }
 
@@ -295,7 +307,8 @@ TEST_F(RecHostile, BadRecordsOfOtherProgramsAreFoundByCheck) {
     Write("t.rec", RecordBytes().Header(7, 0, 0, 0).Raw(std::string("abcd\x05\0\0\0\x01\0123", 13)).Bytes());
     Result result = Rec("check", "t.rec");
     EXPECT_EQ(result.code, kNo);
-    EXPECT_NE(result.out.find("bad: damaged at byte 31: the payload of 5 bytes goes beyond the end"), std::string::npos);
+    EXPECT_NE(result.out.find("bad: damaged at byte 31: the payload of 5 bytes goes beyond the end"),
+              std::string::npos);
     EXPECT_EQ(Rec("info", "t.rec").code, kDamaged);
     EXPECT_EQ(mvtool({"rec", "list", "--records", Text("t.rec")}).code, kDamaged);
 }

@@ -45,8 +45,10 @@ TEST_F(RecPosix, LinksPipesAndSocketsAreLeftOutWithANote) {
     Result result = Build("tree", "t.rec");
     EXPECT_EQ(result.code, kDone);
     EXPECT_EQ(result.out, "packed 0 folders, 1 file, 1 byte; left out: 4\n");
-    EXPECT_NE(result.err.find("left out, a symbolic link: " + Text("tree/to-folder") + "\n"), std::string::npos);
-    EXPECT_NE(result.err.find("left out, neither file nor folder: " + Text("tree/pipe") + "\n"), std::string::npos);
+    EXPECT_NE(result.err.find("left out, a symbolic link: " + Text("tree/to-folder") + "\n"),
+              std::string::npos);
+    EXPECT_NE(result.err.find("left out, neither file nor folder: " + Text("tree/pipe") + "\n"),
+              std::string::npos);
     result = mvtool({"rec", "build", "--quiet", Text("tree"), "-o", Text("t.rec")});
     EXPECT_EQ(result.err, "");
 }
@@ -75,7 +77,8 @@ TEST_F(RecPosix, TheModeOfAnOldOutputStays) {
     Write("t.rec", "old");
     ASSERT_EQ(chmod(Path("t.rec").c_str(), 0640), 0);
     EXPECT_EQ(Build("tree", "t.rec").code, kDone);
-    EXPECT_EQ(std::filesystem::status(Path("t.rec")).permissions(), static_cast<std::filesystem::perms>(0640));
+    EXPECT_EQ(std::filesystem::status(Path("t.rec")).permissions(),
+              static_cast<std::filesystem::perms>(0640));
 }
 
 TEST_F(RecPosix, NothingIsWrittenThroughALinkInTheDestination) {
@@ -85,7 +88,8 @@ TEST_F(RecPosix, NothingIsWrittenThroughALinkInTheDestination) {
     std::filesystem::create_directory_symlink("../outside", Path("copy/docs"));
     Result result = Extract("t.rec", "copy");
     EXPECT_EQ(result.code, kDamaged);
-    EXPECT_NE(result.err.find("a symbolic link stands in the way: " + Text("copy/docs")), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("a symbolic link stands in the way: " + Text("copy/docs")), std::string::npos)
+        << result.err;
     EXPECT_TRUE(Listing("outside").empty());
 
     std::filesystem::remove(Path("copy/docs"));
@@ -125,8 +129,15 @@ TEST_F(RecPosix, ADestinationThatIsABrokenLinkIsNotReplaced) {
 // ---- names and modes
 
 TEST_F(RecPosix, EveryNameThatLinuxAllowsComesBack) {
-    const std::string names[] = {"aux.c", "a:b", "what?", "back\\slash", "end.", "end ", " ", "new\nline", "\x01", "not-utf8-\xFF\xC3",
-                                 "...", "~", "-o", std::string(255, 'x'), "\xC3\xA9", "e\xCC\x81", "CON", "con"};
+    const std::string names[] = {"aux.c",    "a:b",
+                                 "what?",    "back\\slash",
+                                 "end.",     "end ",
+                                 " ",        "new\nline",
+                                 "\x01",     "not-utf8-\xFF\xC3",
+                                 "...",      "~",
+                                 "-o",       std::string(255, 'x'),
+                                 "\xC3\xA9", "e\xCC\x81",
+                                 "CON",      "con"};
     for (const std::string& name : names) {
         // Not through the library: it takes a backslash for a separator.
         MakeFolder("tree");
@@ -174,8 +185,9 @@ class RecDeep : public testing::Test {
 protected:
     void SetUp() override {
         const std::filesystem::path memory = "/dev/shm";
-        std::string pattern = (std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path()) /
-                              "mvtool-deep-XXXXXX";
+        std::string pattern =
+            (std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path()) /
+            "mvtool-deep-XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         m_root = pattern;
     }
@@ -184,7 +196,9 @@ protected:
 
     std::filesystem::path Path(const std::string& name) const { return m_root / name; }
     std::string Text(const std::string& name) const { return Path(name).string(); }
-    Result Rec(const std::string& command, const std::string& file) const { return mvtool({"rec", command, Text(file)}); }
+    Result Rec(const std::string& command, const std::string& file) const {
+        return mvtool({"rec", command, Text(file)});
+    }
     Result Build(const std::string& folder, const std::string& file) const {
         return mvtool({"rec", "build", Text(folder), "-o", Text(file)});
     }
@@ -192,8 +206,8 @@ protected:
         return mvtool({"rec", "extract", Text(file), "-C", Text(folder)});
     }
 
-    /// `levels` folders "d", one in the other; with a file in the last. Paths of that length have no name, so they are
-    /// made from folder to folder.
+    /// `levels` folders "d", one in the other; with a file in the last. Paths of that length have no name, so
+    /// they are made from folder to folder.
     void MakeDeep(int levels, bool file) const {
         std::filesystem::create_directory(Path("tree"));
         int folder = open(Path("tree").c_str(), O_RDONLY | O_DIRECTORY);
@@ -305,8 +319,9 @@ TEST_F(RecPosix, AFullDiskKeepsTheOldFile) {
         small.fileSizeLimit = limit;
         const Result result = mvtool({"rec", "build", Text("tree"), "-o", Text("t.rec")}, small);
         EXPECT_EQ(result.code, kWriteFailure) << result.err;
-        EXPECT_NE(result.err.find("cannot write " + Text("t.rec") + " [library code -8]; nothing was changed\n"),
-                  std::string::npos)
+        EXPECT_NE(
+            result.err.find("cannot write " + Text("t.rec") + " [library code -8]; nothing was changed\n"),
+            std::string::npos)
             << result.err;
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(Read("t.rec"), "old");

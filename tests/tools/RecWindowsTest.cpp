@@ -1,9 +1,9 @@
 // What only Windows has: names that it reserves, paths over 260 characters, console events.
 #include "rec_fixture.h"
 
+#include <atomic>
 #include <folders.h>
 #include <system.h>
-#include <atomic>
 #include <win32.h>
 
 namespace tooltest {

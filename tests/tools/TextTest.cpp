@@ -8,8 +8,18 @@ namespace mvtool {
 namespace {
 
 TEST(Text, BytesThatAreNotUtf8ComeBackFromTheirUnits) {
-    const std::string texts[] = {"plain", "Gr\xC3\xB6\xC3\x9F" "e", "\xF0\x9F\x98\x80", "\xFF", "a\xC3", "\xC3\xC3\xA9", "\xED\xA0\x80",
-                                 "\xC0\xAF", "\xF5\x80\x80\x80", "\xE2\x82", "\x80\x80"};
+    const std::string texts[] = {"plain",
+                                 "Gr\xC3\xB6\xC3\x9F"
+                                 "e",
+                                 "\xF0\x9F\x98\x80",
+                                 "\xFF",
+                                 "a\xC3",
+                                 "\xC3\xC3\xA9",
+                                 "\xED\xA0\x80",
+                                 "\xC0\xAF",
+                                 "\xF5\x80\x80\x80",
+                                 "\xE2\x82",
+                                 "\x80\x80"};
     for (const std::string& text : texts) {
         EXPECT_EQ(bytesFromUnits(unitsFromBytes(text)), text);
     }
@@ -35,7 +45,8 @@ TEST(Text, WideTextsTurnIntoUtf8AndBack) {
 }
 
 TEST(Text, WhatCouldSteerATerminalIsShownAsAnEscape) {
-    EXPECT_EQ(displayName(u"a\x1B[0m\x7F\u0085\u202E\uFEFF\\\xD800"), "a\\x1b[0m\\x7f\\x85\\u202e\\ufeff\\\\\\ud800");
+    EXPECT_EQ(displayName(u"a\x1B[0m\x7F\u0085\u202E\uFEFF\\\xD800"),
+              "a\\x1b[0m\\x7f\\x85\\u202e\\ufeff\\\\\\ud800");
     EXPECT_EQ(displayText("C:\\x\n\xFF"), "C:\\x\\x0a\\xff");
     EXPECT_EQ(displayName(u"Größe €"), "Größe €");
 }

@@ -1,4 +1,5 @@
-// Runs the built mvtool as a user would, and what its tests need of the file system. One source per target beside it.
+// Runs the built mvtool as a user would, and what its tests need of the file system. One source per target
+// beside it.
 #pragma once
 
 #include <cstdint>

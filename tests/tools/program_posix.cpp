@@ -15,7 +15,8 @@ namespace tooltest {
 namespace {
 
 std::filesystem::path toolPath() {
-    static const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "mvtool";
+    static const std::filesystem::path path =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "mvtool";
     return path;
 }
 
@@ -40,9 +41,9 @@ Child start(const std::vector<std::string>& words, const Surroundings& surroundi
     }
     const pid_t pid = fork();
     if (pid == 0) {
-        const int target = surroundings.standardOutput.empty()
-                               ? out[1]
-                               : open(surroundings.standardOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+        const int target = surroundings.standardOutput.empty() ? out[1]
+                                                               : open(surroundings.standardOutput.c_str(),
+                                                                      O_WRONLY | O_CREAT | O_TRUNC, 0666);
         dup2(target, STDOUT_FILENO);
         dup2(err[1], STDERR_FILENO);
         if (!surroundings.folder.empty() && chdir(surroundings.folder.c_str()) != 0) {
@@ -106,7 +107,8 @@ struct RunningTool::State {
     Child child;
 };
 
-RunningTool::RunningTool(const std::vector<std::string>& words) : m_state(std::make_unique<State>()) {
+RunningTool::RunningTool(const std::vector<std::string>& words)
+    : m_state(std::make_unique<State>()) {
     m_state->child = start(words, {});
 }
 
@@ -117,9 +119,15 @@ RunningTool::~RunningTool() {
     }
 }
 
-void RunningTool::hold() { kill(m_state->child.pid, SIGSTOP); }
-void RunningTool::resume() { kill(m_state->child.pid, SIGCONT); }
-void RunningTool::interrupt() { kill(m_state->child.pid, SIGINT); }
+void RunningTool::hold() {
+    kill(m_state->child.pid, SIGSTOP);
+}
+void RunningTool::resume() {
+    kill(m_state->child.pid, SIGCONT);
+}
+void RunningTool::interrupt() {
+    kill(m_state->child.pid, SIGINT);
+}
 
 bool RunningTool::running() {
     siginfo_t info = {};
@@ -138,7 +146,9 @@ bool RunningTool::hasOpen(const std::filesystem::path& beginning) const {
     return false;
 }
 
-Result RunningTool::wait() { return finish(m_state->child); }
+Result RunningTool::wait() {
+    return finish(m_state->child);
+}
 
 void setModified(const std::filesystem::path& path, std::int64_t ns) {
     const timespec times[2] = {{0, UTIME_OMIT}, {ns / 1000000000, ns % 1000000000}};
@@ -155,6 +165,8 @@ std::int64_t modified(const std::filesystem::path& path) {
     return status.st_mtim.tv_sec * 1000000000 + status.st_mtim.tv_nsec;
 }
 
-std::string utf8(const std::filesystem::path& path) { return path.string(); }
+std::string utf8(const std::filesystem::path& path) {
+    return path.string();
+}
 
 } // namespace tooltest

@@ -11,8 +11,8 @@ constexpr std::int64_t kEpoch = 116444736000000000; // 100 ns steps from 1601 to
 
 std::wstring wide(const std::string& text) {
     std::wstring result(text.size() + 1, L'\0');
-    const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(),
-                                           static_cast<int>(result.size()));
+    const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                           result.data(), static_cast<int>(result.size()));
     result.resize(static_cast<std::size_t>(length));
     return result;
 }
@@ -56,14 +56,16 @@ Child start(const std::vector<std::string>& words, const Surroundings& surroundi
     Child child;
     HANDLE outEnd = nullptr;
     HANDLE errEnd = nullptr;
-    if (!CreatePipe(&child.out, &outEnd, &inherited, 1 << 16) || !CreatePipe(&child.err, &errEnd, &inherited, 1 << 16)) {
+    if (!CreatePipe(&child.out, &outEnd, &inherited, 1 << 16) ||
+        !CreatePipe(&child.err, &errEnd, &inherited, 1 << 16)) {
         throw std::runtime_error("no pipes");
     }
     SetHandleInformation(child.out, HANDLE_FLAG_INHERIT, 0);
     SetHandleInformation(child.err, HANDLE_FLAG_INHERIT, 0);
     HANDLE file = nullptr;
     if (!surroundings.standardOutput.empty()) {
-        file = CreateFileW(surroundings.standardOutput.c_str(), GENERIC_WRITE, 0, &inherited, CREATE_ALWAYS, 0, nullptr);
+        file = CreateFileW(surroundings.standardOutput.c_str(), GENERIC_WRITE, 0, &inherited, CREATE_ALWAYS,
+                           0, nullptr);
     }
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -71,9 +73,9 @@ Child start(const std::vector<std::string>& words, const Surroundings& surroundi
     startup.hStdOutput = file != nullptr ? file : outEnd;
     startup.hStdError = errEnd;
     PROCESS_INFORMATION process = {};
-    const BOOL started =
-        CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr,
-                       surroundings.folder.empty() ? nullptr : surroundings.folder.c_str(), &startup, &process);
+    const BOOL started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                                        surroundings.folder.empty() ? nullptr : surroundings.folder.c_str(),
+                                        &startup, &process);
     CloseHandle(outEnd);
     CloseHandle(errEnd);
     if (file != nullptr) {
@@ -113,8 +115,8 @@ Result finish(Child& child) {
 }
 
 HANDLE openForTimes(const std::filesystem::path& path, DWORD access) {
-    const HANDLE handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                      FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const HANDLE handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         throw std::runtime_error("no time of " + utf8(path));
     }
@@ -132,7 +134,8 @@ struct RunningTool::State {
     Child child;
 };
 
-RunningTool::RunningTool(const std::vector<std::string>& words) : m_state(std::make_unique<State>()) {
+RunningTool::RunningTool(const std::vector<std::string>& words)
+    : m_state(std::make_unique<State>()) {
     m_state->child = start(words, {}, CREATE_NEW_PROCESS_GROUP);
 }
 
@@ -143,11 +146,21 @@ RunningTool::~RunningTool() {
     }
 }
 
-void RunningTool::hold() { SuspendThread(m_state->child.thread); }
-void RunningTool::resume() { ResumeThread(m_state->child.thread); }
-void RunningTool::interrupt() { GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(m_state->child.process)); }
-bool RunningTool::running() { return WaitForSingleObject(m_state->child.process, 0) == WAIT_TIMEOUT; }
-Result RunningTool::wait() { return finish(m_state->child); }
+void RunningTool::hold() {
+    SuspendThread(m_state->child.thread);
+}
+void RunningTool::resume() {
+    ResumeThread(m_state->child.thread);
+}
+void RunningTool::interrupt() {
+    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(m_state->child.process));
+}
+bool RunningTool::running() {
+    return WaitForSingleObject(m_state->child.process, 0) == WAIT_TIMEOUT;
+}
+Result RunningTool::wait() {
+    return finish(m_state->child);
+}
 
 void setModified(const std::filesystem::path& path, std::int64_t ns) {
     const std::int64_t steps = ns / 100 + kEpoch;

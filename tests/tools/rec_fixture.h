@@ -3,8 +3,8 @@
 
 #include "program.h"
 #include "record_bytes.h"
-#include <gtest/gtest.h>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <set>
 #include <temp_folder.h>
 
@@ -24,7 +24,9 @@ protected:
         file << bytes;
         ASSERT_TRUE(file.flush()) << utf8(name);
     }
-    void MakeFolder(const std::filesystem::path& name) const { std::filesystem::create_directories(Path(name)); }
+    void MakeFolder(const std::filesystem::path& name) const {
+        std::filesystem::create_directories(Path(name));
+    }
     std::string Read(const std::filesystem::path& name) const {
         std::ifstream file(Path(name), std::ios::binary);
         EXPECT_TRUE(file.is_open()) << utf8(name);
@@ -37,12 +39,15 @@ protected:
     Result Build(const std::string& folder, const std::string& file) const {
         return mvtool({"rec", "build", Text(folder), "-o", Text(file)});
     }
-    Result Extract(const std::string& file, const std::string& folder, std::vector<std::string> more = {}) const {
+    Result Extract(const std::string& file, const std::string& folder,
+                   std::vector<std::string> more = {}) const {
         std::vector<std::string> words = {"rec", "extract", Text(file), "-C", Text(folder)};
         words.insert(words.end(), more.begin(), more.end());
         return mvtool(words);
     }
-    Result Rec(const std::string& command, const std::string& file) const { return mvtool({"rec", command, Text(file)}); }
+    Result Rec(const std::string& command, const std::string& file) const {
+        return mvtool({"rec", command, Text(file)});
+    }
 
     /// Everything below a folder: names with "/" between them, a folder's with one behind.
     std::set<std::string> Listing(const std::filesystem::path& name) const {

@@ -12,19 +12,23 @@ public:
     RecordBytes() { Header(0x524D, 1, 0, 0); }
 
     RecordBytes& Header(std::uint16_t w1, std::uint16_t w2, std::uint16_t w3, std::uint16_t w4) {
-        m_bytes = Number(w1, 2) + Number(w2, 2) + Number(w3, 2) + Number(w4, 2) + "\x5D\xC3\x27\xE1\x4A\xB6\x71\x0F\xD8\x36";
+        m_bytes = Number(w1, 2) + Number(w2, 2) + Number(w3, 2) + Number(w4, 2) +
+                  "\x5D\xC3\x27\xE1\x4A\xB6\x71\x0F\xD8\x36";
         m_sum = 0;
         return *this;
     }
-    RecordBytes& Folder(int level, const std::u16string& name, std::int64_t modified = 0, std::uint32_t flags = 0) {
+    RecordBytes& Folder(int level, const std::u16string& name, std::int64_t modified = 0,
+                        std::uint32_t flags = 0) {
         ++m_folders;
-        return Record("FOLD", level, Number(flags, 4) + Number(static_cast<std::uint64_t>(modified), 8) + Name(name));
+        return Record("FOLD", level,
+                      Number(flags, 4) + Number(static_cast<std::uint64_t>(modified), 8) + Name(name));
     }
     RecordBytes& File(int level, const std::u16string& name, std::uint64_t size, std::int64_t modified = 0,
                       std::uint32_t flags = 0) {
         ++m_files;
         return Record("FILE", level,
-                      Number(flags, 4) + Number(static_cast<std::uint64_t>(modified), 8) + Number(size, 8) + Name(name));
+                      Number(flags, 4) + Number(static_cast<std::uint64_t>(modified), 8) + Number(size, 8) +
+                          Name(name));
     }
     RecordBytes& Data(int level, const std::string& bytes) {
         ++m_pieces;
@@ -32,11 +36,14 @@ public:
         return Record("DATA", level, bytes);
     }
     RecordBytes& End(int level = 0) {
-        return Record("END ", level, Number(m_folders, 8) + Number(m_files, 8) + Number(m_pieces, 8) + Number(m_fileBytes, 8));
+        return Record("END ", level,
+                      Number(m_folders, 8) + Number(m_files, 8) + Number(m_pieces, 8) +
+                          Number(m_fileBytes, 8));
     }
     /// Any record with a right sum behind its payload.
     RecordBytes& Record(const std::string& id, int level, const std::string& payload) {
-        const std::string header = id + Number(payload.size() + 4, 4) + Number(static_cast<std::uint16_t>(level), 2);
+        const std::string header =
+            id + Number(payload.size() + 4, 4) + Number(static_cast<std::uint16_t>(level), 2);
         m_last = m_bytes.size();
         m_sum = Sum(header + payload, m_sum);
         m_bytes += header + payload + Number(m_sum, 4);

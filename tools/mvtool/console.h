@@ -10,12 +10,13 @@ namespace mvtool {
 /// One object serves the program (console()); it belongs to the main thread.
 class Console {
 public:
-    /// Adds to standard output, which is kept in memory for a while. Failure(writeFailure) when it cannot be written.
+    /// Adds to standard output, which is kept in memory for a while. Failure(writeFailure) when it cannot be
+    /// written.
     void print(std::string_view text);
     /// Writes what print kept. Failure(writeFailure) when it cannot be written now or could not be before.
     void flush();
-    /// A line "mvtool: text" on standard error, above the progress line. Results printed before come out before it. Throws
-    /// nothing: it is called from inside the library, too.
+    /// A line "mvtool: text" on standard error, above the progress line. Results printed before come out
+    /// before it. Throws nothing: it is called from inside the library, too.
     void note(std::string_view text);
     /// Replaces the progress line, which is cut to the terminal's width.
     void showProgress(const std::string& line);

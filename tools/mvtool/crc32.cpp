@@ -34,9 +34,9 @@ std::uint32_t crc32(std::uint32_t sum, const void* data, std::size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(data);
     sum = ~sum;
     while (size >= 8) {
-        const std::uint32_t low = sum ^ (bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8 |
-                                         static_cast<std::uint32_t>(bytes[2]) << 16 |
-                                         static_cast<std::uint32_t>(bytes[3]) << 24);
+        const std::uint32_t low =
+            sum ^ (bytes[0] | static_cast<std::uint32_t>(bytes[1]) << 8 |
+                   static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24);
         sum = kTables[7][low & 0xFF] ^ kTables[6][low >> 8 & 0xFF] ^ kTables[5][low >> 16 & 0xFF] ^
               kTables[4][low >> 24] ^ kTables[3][bytes[4]] ^ kTables[2][bytes[5]] ^ kTables[1][bytes[6]] ^
               kTables[0][bytes[7]];

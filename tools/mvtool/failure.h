@@ -19,10 +19,13 @@ enum class Exit {
     internal = 7      ///< anything else, such as no memory
 };
 
-/// Ends a command: main prints the text after "mvtool: " and exits with the code. An empty text prints nothing.
+/// Ends a command: main prints the text after "mvtool: " and exits with the code. An empty text prints
+/// nothing.
 class Failure : public std::exception {
 public:
-    Failure(Exit code, std::string text) : m_code(code), m_text(std::move(text)) {}
+    Failure(Exit code, std::string text)
+        : m_code(code)
+        , m_text(std::move(text)) {}
     Exit code() const { return m_code; }
     const std::string& text() const { return m_text; }
     const char* what() const noexcept override { return m_text.c_str(); }

@@ -1,8 +1,9 @@
-// Folder trees as the packing and unpacking commands see them. One source per target: folders_posix.cpp works on open
-// folders, so that no path limit and no link laid meanwhile matters; folders_win32.cpp works on long paths.
+// Folder trees as the packing and unpacking commands see them. One source per target: folders_posix.cpp works
+// on open folders, so that no path limit and no link laid meanwhile matters; folders_win32.cpp works on long
+// paths.
 //
-// Names are UTF-16 units on both targets. Every operation throws Failure: notFound for what cannot be read, writeFailure
-// for what cannot be written, damaged where a link stands in the way of something to be written.
+// Names are UTF-16 units on both targets. Every operation throws Failure: notFound for what cannot be read,
+// writeFailure for what cannot be written, damaged where a link stands in the way of something to be written.
 #pragma once
 
 #include <cstddef>
@@ -51,7 +52,8 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A file that is being written under a name of its own and gets its real name at the end. Without commit it vanishes.
+/// A file that is being written under a name of its own and gets its real name at the end. Without commit it
+/// vanishes.
 class NewFile {
 public:
     NewFile(NewFile&&) noexcept;
@@ -67,8 +69,8 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-/// A place in a folder tree. Only names without separators are taken, so it never leaves the tree; it never follows a
-/// link below its root either.
+/// A place in a folder tree. Only names without separators are taken, so it never leaves the tree; it never
+/// follows a link below its root either.
 class FolderCursor {
 public:
     /// Stands in the folder `path` (a link to a folder will do).
@@ -79,8 +81,8 @@ public:
     /// How the entry `name` of the current folder is called in messages.
     std::string describe(const std::u16string& name) const;
 
-    /// The entries of the current folder by their units in ascending order, without "." and "..". Names that have no
-    /// stored form (Windows: a lone surrogate) are counted in `unnameable`.
+    /// The entries of the current folder by their units in ascending order, without "." and "..". Names that
+    /// have no stored form (Windows: a lone surrogate) are counted in `unnameable`.
     std::vector<FolderEntry> list(std::size_t& unnameable);
     void enter(const std::u16string& name);
     /// Back to the parent folder; `modified` becomes the left folder's time when given.
@@ -102,10 +104,12 @@ private:
 /// False where the system reserves names that others allow.
 bool takesPosixNames();
 
-/// True when something stands at the path that is or leads to a folder; Failure(writeFailure) when it is something else.
+/// True when something stands at the path that is or leads to a folder; Failure(writeFailure) when it is
+/// something else.
 bool folderExists(const std::string& path);
 
-/// Makes an empty folder beside `path` (whose parent must exist: else Failure(notFound)) and returns its path.
+/// Makes an empty folder beside `path` (whose parent must exist: else Failure(notFound)) and returns its
+/// path.
 std::string makeFolderBeside(const std::string& path);
 
 /// Gives a folder its final name; fails when there is something of that name.
@@ -117,20 +121,21 @@ void removeEmptyFolder(const std::string& path);
 /// Deletes a folder with all below it, without following links. Says nothing when it cannot.
 void removeTree(const std::string& path) noexcept;
 
-/// An output file that is written beside its target and takes its place at the end. Without commit the target stays as it
-/// was and the temporary file is removed. The bytes are written by others, through temporaryPath().
+/// An output file that is written beside its target and takes its place at the end. Without commit the target
+/// stays as it was and the temporary file is removed. The bytes are written by others, through
+/// temporaryPath().
 class ReplacedFile {
 public:
-    /// Makes the temporary file. Failure: notFound when the folder is missing, writeFailure for every other reason, such
-    /// as a target that is not an ordinary file.
+    /// Makes the temporary file. Failure: notFound when the folder is missing, writeFailure for every other
+    /// reason, such as a target that is not an ordinary file.
     explicit ReplacedFile(const std::string& path);
     ~ReplacedFile();
     ReplacedFile(const ReplacedFile&) = delete;
     ReplacedFile& operator=(const ReplacedFile&) = delete;
 
     const std::string& temporaryPath() const;
-    /// True when the file of that name, length and identity is the target or the temporary file. Names are compared
-    /// first, so that the identity is asked for (by calling `cursor`) only where it can matter.
+    /// True when the file of that name, length and identity is the target or the temporary file. Names are
+    /// compared first, so that the identity is asked for (by calling `cursor`) only where it can matter.
     bool isSelf(FolderCursor& cursor, const std::u16string& name) const;
     /// Bytes that the system says are there.
     std::uint64_t writtenSize() const;

@@ -24,8 +24,10 @@ constexpr std::size_t kShownFolders = 8;
 /// An open file descriptor and its owner.
 class Descriptor {
 public:
-    explicit Descriptor(int fd = -1) : m_fd(fd) {}
-    Descriptor(Descriptor&& other) noexcept : m_fd(other.release()) {}
+    explicit Descriptor(int fd = -1)
+        : m_fd(fd) {}
+    Descriptor(Descriptor&& other) noexcept
+        : m_fd(other.release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
         reset(other.release());
         return *this;
@@ -58,8 +60,8 @@ private:
 
 std::string bytesOf(const std::u16string& name) {
     std::optional<std::string> bytes = bytesFromUnits(name);
-    if (!bytes || bytes->empty() || *bytes == "." || *bytes == ".." || bytes->find('/') != std::string::npos ||
-        bytes->find('\0') != std::string::npos) {
+    if (!bytes || bytes->empty() || *bytes == "." || *bytes == ".." ||
+        bytes->find('/') != std::string::npos || bytes->find('\0') != std::string::npos) {
         throw Failure(Exit::damaged, "a name that no file can have: " + displayName(name));
     }
     return *std::move(bytes);
@@ -67,7 +69,8 @@ std::string bytesOf(const std::u16string& name) {
 
 std::int64_t nanoseconds(const timespec& time) {
     __int128 all = static_cast<__int128>(time.tv_sec) * 1000000000 + time.tv_nsec;
-    all = std::clamp<__int128>(all, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max());
+    all = std::clamp<__int128>(all, std::numeric_limits<std::int64_t>::min(),
+                               std::numeric_limits<std::int64_t>::max());
     return static_cast<std::int64_t>(all);
 }
 
@@ -114,7 +117,9 @@ std::string join(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder.back() == '/' ? folder + name : folder + '/' + name;
 }
 
-std::string temporaryName() { return ".mvtool-" + uniqueText() + ".tmp"; }
+std::string temporaryName() {
+    return ".mvtool-" + uniqueText() + ".tmp";
+}
 
 } // namespace
 
@@ -123,7 +128,8 @@ struct SourceFile::State {
     std::string path;
 };
 
-SourceFile::SourceFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+SourceFile::SourceFile(std::unique_ptr<State> state)
+    : m_state(std::move(state)) {}
 SourceFile::SourceFile(SourceFile&&) noexcept = default;
 SourceFile::~SourceFile() = default;
 
@@ -157,7 +163,8 @@ struct NewFile::State {
     }
 };
 
-NewFile::NewFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+NewFile::NewFile(std::unique_ptr<State> state)
+    : m_state(std::move(state)) {}
 NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
@@ -210,8 +217,10 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
     if (replace) {
         result = renameat(state.folder, state.temporary.c_str(), state.folder, state.name.c_str());
     } else {
-        result = renameat2(state.folder, state.temporary.c_str(), state.folder, state.name.c_str(), RENAME_NOREPLACE);
-        if (result != 0 && (errno == EINVAL || errno == ENOSYS)) { // a file system without that kind of renaming
+        result = renameat2(state.folder, state.temporary.c_str(), state.folder, state.name.c_str(),
+                           RENAME_NOREPLACE);
+        if (result != 0 &&
+            (errno == EINVAL || errno == ENOSYS)) { // a file system without that kind of renaming
             result = linkat(state.folder, state.temporary.c_str(), state.folder, state.name.c_str(), 0);
             if (result == 0) {
                 unlinkat(state.folder, state.temporary.c_str(), 0);
@@ -265,7 +274,8 @@ struct FolderCursor::State {
     }
 };
 
-FolderCursor::FolderCursor(const std::string& path) : m_state(std::make_unique<State>()) {
+FolderCursor::FolderCursor(const std::string& path)
+    : m_state(std::make_unique<State>()) {
     const std::string root = withoutEndSlashes(slashes(path));
     Descriptor folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
@@ -361,7 +371,8 @@ SourceFile FolderCursor::open(const std::u16string& name) {
     auto state = std::make_unique<SourceFile::State>();
     state->path = m_state->path(bytes);
     // O_NONBLOCK: what was a file when it was listed may be a pipe now.
-    state->file.reset(openat(m_state->current(), bytes.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    state->file.reset(
+        openat(m_state->current(), bytes.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!state->file || fstat(state->file.get(), &status) != 0) {
         fail(Exit::notFound, "read", state->path);
@@ -431,7 +442,9 @@ void FolderCursor::removeFolder(const std::u16string& name) {
     }
 }
 
-bool takesPosixNames() { return true; }
+bool takesPosixNames() {
+    return true;
+}
 
 bool folderExists(const std::string& path) {
     struct stat status {};
@@ -468,7 +481,9 @@ void renameFolder(const std::string& from, const std::string& to) {
     }
 }
 
-void removeEmptyFolder(const std::string& path) { rmdir(path.c_str()); }
+void removeEmptyFolder(const std::string& path) {
+    rmdir(path.c_str());
+}
 
 struct ReplacedFile::State {
     std::string target; ///< links followed
@@ -480,7 +495,8 @@ struct ReplacedFile::State {
     bool committed = false;
 };
 
-ReplacedFile::ReplacedFile(const std::string& path) : m_state(std::make_unique<State>()) {
+ReplacedFile::ReplacedFile(const std::string& path)
+    : m_state(std::make_unique<State>()) {
     State& state = *m_state;
     state.target = slashes(path);
     state.shown = displayText(path);
@@ -524,7 +540,9 @@ ReplacedFile::~ReplacedFile() {
     }
 }
 
-const std::string& ReplacedFile::temporaryPath() const { return m_state->temporary; }
+const std::string& ReplacedFile::temporaryPath() const {
+    return m_state->temporary;
+}
 
 bool ReplacedFile::isSelf(FolderCursor& cursor, const std::u16string& name) const {
     const FileIdentity identity = cursor.identity(name);
@@ -539,8 +557,8 @@ std::uint64_t ReplacedFile::writtenSize() const {
 void ReplacedFile::commit() {
     State& state = *m_state;
     const Descriptor file(::open(state.temporary.c_str(), O_RDWR | O_CLOEXEC));
-    if (!file || (state.targetMode != 0 && fchmod(file.get(), state.targetMode) != 0) || fsync(file.get()) != 0 ||
-        rename(state.temporary.c_str(), state.target.c_str()) != 0) {
+    if (!file || (state.targetMode != 0 && fchmod(file.get(), state.targetMode) != 0) ||
+        fsync(file.get()) != 0 || rename(state.temporary.c_str(), state.target.c_str()) != 0) {
         fail(Exit::writeFailure, "write", state.shown);
     }
     state.committed = true;

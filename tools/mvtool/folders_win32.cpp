@@ -16,8 +16,12 @@ constexpr std::int64_t kEpoch = 116444736000000000;
 /// An open file handle and its owner; the last error survives the closing.
 class Handle {
 public:
-    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : m_handle(handle) {}
-    Handle(Handle&& other) noexcept : m_handle(other.m_handle) { other.m_handle = INVALID_HANDLE_VALUE; }
+    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE)
+        : m_handle(handle) {}
+    Handle(Handle&& other) noexcept
+        : m_handle(other.m_handle) {
+        other.m_handle = INVALID_HANDLE_VALUE;
+    }
     Handle& operator=(Handle&& other) noexcept {
         std::swap(m_handle, other.m_handle);
         return *this;
@@ -45,13 +49,19 @@ private:
     throw Failure(code, std::string("cannot ") + what + ' ' + path + ": " + reason);
 }
 
-std::wstring wideOf(const std::u16string& units) { return {units.begin(), units.end()}; }
-std::u16string unitsOf(const std::wstring& wide) { return {wide.begin(), wide.end()}; }
+std::wstring wideOf(const std::u16string& units) {
+    return {units.begin(), units.end()};
+}
+std::u16string unitsOf(const std::wstring& wide) {
+    return {wide.begin(), wide.end()};
+}
 
-/// A name for the system: the long-path form takes names as they are, so nothing may pass here that is a path.
+/// A name for the system: the long-path form takes names as they are, so nothing may pass here that is a
+/// path.
 std::wstring checkedName(const std::u16string& name) {
-    if (name.empty() || name == u"." || name == u".." || name.find_first_of(u"/\\:") != std::u16string::npos ||
-        name.find(u'\0') != std::u16string::npos || !wellFormed(name)) {
+    if (name.empty() || name == u"." || name == u".." ||
+        name.find_first_of(u"/\\:") != std::u16string::npos || name.find(u'\0') != std::u16string::npos ||
+        !wellFormed(name)) {
         throw Failure(Exit::damaged, "a name that no file can have: " + displayName(name));
     }
     return wideOf(name);
@@ -71,7 +81,8 @@ std::wstring longPath(const std::wstring& path) {
         return path;
     }
     std::wstring full(32768, L'\0');
-    const DWORD length = GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    const DWORD length =
+        GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
     if (length == 0 || length >= full.size()) {
         return path;
     }
@@ -83,8 +94,8 @@ std::wstring longPath(const std::wstring& path) {
 }
 
 std::int64_t nanoseconds(const FILETIME& time) {
-    const auto steps = static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 |
-                                                 time.dwLowDateTime);
+    const auto steps =
+        static_cast<std::int64_t>(static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime);
     constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / 100;
     return std::clamp(steps - kEpoch, -limit, limit) * 100;
 }
@@ -100,16 +111,16 @@ FILETIME timeOf(std::int64_t ns) {
 }
 
 bool setModified(const std::wstring& path, std::int64_t ns) {
-    const Handle handle(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const Handle handle(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     const FILETIME time = timeOf(ns);
     return handle && SetFileTime(handle.get(), nullptr, nullptr, &time);
 }
 
 std::optional<FileIdentity> identityOf(const std::wstring& path) {
     // Asking for attributes alone works also while another handle keeps the file to itself.
-    const Handle handle(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const Handle handle(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION info{};
     if (!handle || !GetFileInformationByHandle(handle.get(), &info)) {
         return std::nullopt;
@@ -132,7 +143,7 @@ There whatIsAt(const std::wstring& path) {
         return There::nothing;
     }
     FindClose(search);
-    return leadsElsewhere(data.dwFileAttributes, data.dwReserved0)      ? There::link
+    return leadsElsewhere(data.dwFileAttributes, data.dwReserved0)   ? There::link
            : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? There::folder
                                                                      : There::other;
 }
@@ -142,8 +153,12 @@ std::wstring temporaryName() {
     return L".mvtool-" + std::wstring(unique.begin(), unique.end()) + L".tmp";
 }
 
-std::wstring parentOf(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
-std::wstring leafOf(const std::wstring& path) { return path.substr(path.rfind(L'\\') + 1); }
+std::wstring parentOf(const std::wstring& path) {
+    return path.substr(0, path.rfind(L'\\'));
+}
+std::wstring leafOf(const std::wstring& path) {
+    return path.substr(path.rfind(L'\\') + 1);
+}
 
 Exit codeOfMissing(Exit otherwise) {
     const DWORD error = GetLastError();
@@ -157,7 +172,8 @@ struct SourceFile::State {
     std::string path;
 };
 
-SourceFile::SourceFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+SourceFile::SourceFile(std::unique_ptr<State> state)
+    : m_state(std::move(state)) {}
 SourceFile::SourceFile(SourceFile&&) noexcept = default;
 SourceFile::~SourceFile() = default;
 
@@ -184,7 +200,8 @@ struct NewFile::State {
     }
 };
 
-NewFile::NewFile(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+NewFile::NewFile(std::unique_ptr<State> state)
+    : m_state(std::move(state)) {}
 NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
@@ -192,7 +209,8 @@ void NewFile::write(const void* data, std::size_t size) {
     const auto* bytes = static_cast<const char*>(data);
     while (size > 0) {
         DWORD written = 0;
-        if (!WriteFile(m_state->file.get(), bytes, static_cast<DWORD>(size), &written, nullptr) || written == 0) {
+        if (!WriteFile(m_state->file.get(), bytes, static_cast<DWORD>(size), &written, nullptr) ||
+            written == 0) {
             fail(Exit::writeFailure, "write", m_state->path);
         }
         bytes += written;
@@ -214,9 +232,11 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
         throw Failure(Exit::writeFailure, "exists already: " + state.path);
     }
     if (there == There::other) {
-        SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_NORMAL); // read-only would refuse the replacement
+        SetFileAttributesW(state.target.c_str(),
+                           FILE_ATTRIBUTE_NORMAL); // read-only would refuse the replacement
     }
-    if (!MoveFileExW(state.temporary.c_str(), state.target.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
+    if (!MoveFileExW(state.temporary.c_str(), state.target.c_str(),
+                     replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
         fail(Exit::writeFailure, "write", state.path);
     }
     state.committed = true;
@@ -236,14 +256,16 @@ struct FolderCursor::State {
     std::string shown(const std::wstring& name) const {
         std::wstring inside = path.substr(rootLength);
         if (inside.size() > 500) {
-            inside = inside.substr(0, 200) + L"\\..." + inside.substr(inside.find(L'\\', inside.size() - 200));
+            inside =
+                inside.substr(0, 200) + L"\\..." + inside.substr(inside.find(L'\\', inside.size() - 200));
         }
         std::string text = root + displayText(fromWide(inside));
         return name.empty() ? text : text + '\\' + displayText(fromWide(name));
     }
 };
 
-FolderCursor::FolderCursor(const std::string& path) : m_state(std::make_unique<State>()) {
+FolderCursor::FolderCursor(const std::string& path)
+    : m_state(std::make_unique<State>()) {
     const std::wstring wide = wideArgument(path, Exit::notFound);
     m_state->path = longPath(wide);
     const DWORD attributes = GetFileAttributesW(m_state->path.c_str());
@@ -266,7 +288,9 @@ FolderCursor::FolderCursor(const std::string& path) : m_state(std::make_unique<S
 FolderCursor::FolderCursor(FolderCursor&&) noexcept = default;
 FolderCursor::~FolderCursor() = default;
 
-std::string FolderCursor::describe(const std::u16string& name) const { return m_state->shown(wideOf(name)); }
+std::string FolderCursor::describe(const std::u16string& name) const {
+    return m_state->shown(wideOf(name));
+}
 
 std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
     WIN32_FIND_DATAW data{};
@@ -290,7 +314,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
             ++unnameable;
             continue;
         }
-        entry.kind = leadsElsewhere(data.dwFileAttributes, data.dwReserved0)      ? FolderEntry::Kind::link
+        entry.kind = leadsElsewhere(data.dwFileAttributes, data.dwReserved0)   ? FolderEntry::Kind::link
                      : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FolderEntry::Kind::folder
                                                                                : FolderEntry::Kind::file;
         entry.facts.modified = nanoseconds(data.ftLastWriteTime);
@@ -331,8 +355,8 @@ SourceFile FolderCursor::open(const std::u16string& name) {
     auto state = std::make_unique<SourceFile::State>();
     state->path = m_state->shown(wide);
     state->file = Handle(CreateFileW(m_state->below(wide).c_str(), GENERIC_READ,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                     FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!state->file) {
         fail(Exit::notFound, "read", state->path);
     }
@@ -372,8 +396,8 @@ NewFile FolderCursor::create(const std::u16string& name) {
     state->path = m_state->shown(wide);
     state->target = m_state->below(wide);
     const std::wstring temporary = m_state->below(temporaryName());
-    state->file =
-        Handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    state->file = Handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!state->file) {
         fail(Exit::writeFailure, "write", state->path);
     }
@@ -396,7 +420,9 @@ void FolderCursor::removeFolder(const std::u16string& name) {
     }
 }
 
-bool takesPosixNames() { return false; }
+bool takesPosixNames() {
+    return false;
+}
 
 bool folderExists(const std::string& path) {
     const std::wstring wide = longPath(wideArgument(path, Exit::writeFailure));
@@ -415,7 +441,8 @@ bool folderExists(const std::string& path) {
 }
 
 std::string makeFolderBeside(const std::string& path) {
-    const std::wstring folder = parentOf(longPath(wideArgument(path, Exit::writeFailure))) + L'\\' + temporaryName();
+    const std::wstring folder =
+        parentOf(longPath(wideArgument(path, Exit::writeFailure))) + L'\\' + temporaryName();
     if (!CreateDirectoryW(folder.c_str(), nullptr)) {
         fail(codeOfMissing(Exit::writeFailure), "make the folder", displayText(path));
     }
@@ -446,7 +473,8 @@ struct ReplacedFile::State {
     bool committed = false;
 };
 
-ReplacedFile::ReplacedFile(const std::string& path) : m_state(std::make_unique<State>()) {
+ReplacedFile::ReplacedFile(const std::string& path)
+    : m_state(std::make_unique<State>()) {
     State& state = *m_state;
     state.shown = displayText(path);
     state.target = longPath(wideArgument(path, Exit::writeFailure));
@@ -456,8 +484,8 @@ ReplacedFile::ReplacedFile(const std::string& path) : m_state(std::make_unique<S
     }
     state.targetIdentity = identityOf(state.target);
     const std::wstring temporary = parentOf(state.target) + L'\\' + temporaryName();
-    const Handle file(
-        CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const Handle file(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
         fail(codeOfMissing(Exit::writeFailure), "write", state.shown);
     }
@@ -472,7 +500,9 @@ ReplacedFile::~ReplacedFile() {
     }
 }
 
-const std::string& ReplacedFile::temporaryPath() const { return m_state->temporaryText; }
+const std::string& ReplacedFile::temporaryPath() const {
+    return m_state->temporaryText;
+}
 
 bool ReplacedFile::isSelf(FolderCursor& cursor, const std::u16string& name) const {
     // An identity costs an opened file here, so names that cannot match by their length do without.
@@ -495,7 +525,8 @@ void ReplacedFile::commit() {
     State& state = *m_state;
     Handle file(CreateFileW(state.temporary.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!file || !FlushFileBuffers(file.get()) || !file.reset() ||
-        !MoveFileExW(state.temporary.c_str(), state.target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        !MoveFileExW(state.temporary.c_str(), state.target.c_str(),
+                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
         fail(Exit::writeFailure, "write", state.shown);
     }
     state.committed = true;

@@ -31,9 +31,13 @@ Progress::~Progress() {
     }
 }
 
-void Progress::say(const std::string& text) { m_indicator.SetMissatge(widePath(text).c_str()); }
+void Progress::say(const std::string& text) {
+    m_indicator.SetMissatge(widePath(text).c_str());
+}
 
-void Progress::check() { check(m_indicator.TestCancel() == 0); }
+void Progress::check() {
+    check(m_indicator.TestCancel() == 0);
+}
 
 void Progress::check(int result) {
     if (result == 0) {

@@ -1,17 +1,17 @@
 // A long operation of the tool: its status indicator, the bar that shows it, and Ctrl-C, which cancels it.
 #pragma once
 
-#include "TIndicadorEstat.h"
 #include "command.h"
 #include "system.h"
+#include "TIndicadorEstat.h"
 #include <chrono>
 #include <string>
 
 namespace mvtool {
 
 /// The option of every command that shows a bar.
-inline constexpr OptionSpec kProgressOption = {"progress", 0, "WHEN",
-                                               "show progress on standard error: auto (on a terminal), always, never"};
+inline constexpr OptionSpec kProgressOption = {
+    "progress", 0, "WHEN", "show progress on standard error: auto (on a terminal), always, never"};
 
 class Progress {
 public:

@@ -7,12 +7,18 @@ namespace {
 
 constexpr char32_t kInvalid = 0xFFFFFFFF;
 
-bool isHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-bool isSurrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
+bool isHighSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isLowSurrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+bool isSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDFFF;
+}
 
-/// Decodes the code point at `at` and moves behind it; kInvalid (and one byte further) when there is none. Overlong
-/// forms, surrogates and values above U+10FFFF are not UTF-8.
+/// Decodes the code point at `at` and moves behind it; kInvalid (and one byte further) when there is none.
+/// Overlong forms, surrogates and values above U+10FFFF are not UTF-8.
 char32_t nextOfUtf8(std::string_view text, std::size_t& at) {
     const auto byte = [&](std::size_t i) -> unsigned {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
@@ -22,7 +28,10 @@ char32_t nextOfUtf8(std::string_view text, std::size_t& at) {
         ++at;
         return first;
     }
-    const int length = first >= 0xF0 && first <= 0xF4 ? 4 : first >= 0xE0 ? (first < 0xF0 ? 3 : 0) : first >= 0xC2 ? 2 : 0;
+    const int length = first >= 0xF0 && first <= 0xF4 ? 4
+                       : first >= 0xE0                ? (first < 0xF0 ? 3 : 0)
+                       : first >= 0xC2                ? 2
+                                                      : 0;
     if (length == 0) {
         ++at;
         return kInvalid;
@@ -36,7 +45,8 @@ char32_t nextOfUtf8(std::string_view text, std::size_t& at) {
         }
         point = point << 6 | (next & 0x3F);
     }
-    if ((length == 3 && point < 0x800) || (length == 4 && point < 0x10000) || isSurrogate(point) || point > 0x10FFFF) {
+    if ((length == 3 && point < 0x800) || (length == 4 && point < 0x10000) || isSurrogate(point) ||
+        point > 0x10FFFF) {
         ++at;
         return kInvalid;
     }
@@ -89,7 +99,8 @@ void appendEscaped(Text& units, std::string_view bytes) {
         const std::size_t start = at;
         const char32_t point = nextOfUtf8(bytes, at);
         if (point == kInvalid) {
-            units += static_cast<typename Text::value_type>(0xDC00 + static_cast<unsigned char>(bytes[start]));
+            units +=
+                static_cast<typename Text::value_type>(0xDC00 + static_cast<unsigned char>(bytes[start]));
         } else {
             appendUnits(units, point);
         }
@@ -104,8 +115,9 @@ void appendHex(std::string& text, unsigned value, int digits) {
 
 /// Controls, and the marks by which a text can reorder or hide what stands beside it.
 bool steersTerminal(char32_t point) {
-    return point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x061C || point == 0x200E || point == 0x200F ||
-           (point >= 0x2028 && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069) || point == 0xFEFF;
+    return point < 0x20 || (point >= 0x7F && point < 0xA0) || point == 0x061C || point == 0x200E ||
+           point == 0x200F || (point >= 0x2028 && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069) ||
+           point == 0xFEFF;
 }
 
 void appendVisible(std::string& text, char32_t point) {
@@ -154,7 +166,8 @@ std::string fromWide(std::wstring_view wide) {
     text.reserve(wide.size());
     for (std::size_t at = 0; at < wide.size(); ++at) {
         char32_t point = static_cast<char32_t>(wide[at]);
-        if (isHighSurrogate(point) && at + 1 < wide.size() && isLowSurrogate(static_cast<char32_t>(wide[at + 1]))) {
+        if (isHighSurrogate(point) && at + 1 < wide.size() &&
+            isLowSurrogate(static_cast<char32_t>(wide[at + 1]))) {
             point = 0x10000 + ((point - 0xD800) << 10) + (static_cast<char32_t>(wide[++at]) - 0xDC00);
         }
         appendUtf8(text, isSurrogate(point) || point > 0x10FFFF ? U'\uFFFD' : point);

@@ -90,7 +90,8 @@ void Builder::packFile(const FolderEntry& found, int level) {
         while (got < wanted) {
             const std::size_t now = file.read(m_buffer.data() + got, wanted - got);
             if (now == 0) {
-                throw Failure(Exit::notFound, "became shorter while it was read: " + m_source.describe(found.name));
+                throw Failure(Exit::notFound,
+                              "became shorter while it was read: " + m_source.describe(found.name));
             }
             got += static_cast<std::uint32_t>(now);
         }
@@ -125,8 +126,9 @@ void Builder::run() {
                                                             static_cast<unsigned>(level.entries.size())));
         const bool packed = found.kind == FolderEntry::Kind::folder || found.kind == FolderEntry::Kind::file;
         if (packed && depth > kMaxEntryLevel) {
-            throw Failure(Exit::usage, "the tree is deeper than 32,767 levels, more than a record file can tell: " +
-                                           m_source.describe(found.name));
+            throw Failure(Exit::usage,
+                          "the tree is deeper than 32,767 levels, more than a record file can tell: " +
+                              m_source.describe(found.name));
         }
         if (kindOfName(found.name) == NameKind::nowhere) {
             leaveOut(m_source.describe(found.name), "the name is too long");
@@ -178,8 +180,8 @@ Exit build(const Arguments& arguments) {
     if (posixNames > 0 && !arguments.has("quiet")) {
         console().note("names that Windows cannot have: " + std::to_string(posixNames));
     }
-    console().print("packed " + counted(totals.folders, "folder") + ", " + counted(totals.files, "file") + ", " +
-                    counted(totals.bytes, "byte") +
+    console().print("packed " + counted(totals.folders, "folder") + ", " + counted(totals.files, "file") +
+                    ", " + counted(totals.bytes, "byte") +
                     (leftOut > 0 ? "; left out: " + std::to_string(leftOut) : std::string()) + '\n');
     return Exit::done;
 }

@@ -57,8 +57,8 @@ public:
     void enterFolder(const Entry& entry) override {
         begin(entry);
         if (m_cursor.makeFolder(entry.name) == FolderCursor::Made::existed && m_isNew) {
-            throw Failure(Exit::writeFailure, "two names that are the same on this system: " +
-                                                  m_cursor.describe(entry.name));
+            throw Failure(Exit::writeFailure,
+                          "two names that are the same on this system: " + m_cursor.describe(entry.name));
         }
         m_cursor.enter(entry.name);
         ++m_depth;
@@ -71,9 +71,12 @@ public:
         begin(entry);
         m_file.emplace(m_cursor.create(entry.name));
     }
-    void addBytes(std::span<const unsigned char> bytes) override { m_file->write(bytes.data(), bytes.size()); }
+    void addBytes(std::span<const unsigned char> bytes) override {
+        m_file->write(bytes.data(), bytes.size());
+    }
     void endFile(const Entry& entry) override {
-        m_file->commit({entry.modified, (entry.flags & kExecutable) != 0, (entry.flags & kReadOnly) != 0}, m_replace);
+        m_file->commit({entry.modified, (entry.flags & kExecutable) != 0, (entry.flags & kReadOnly) != 0},
+                       m_replace);
         m_file.reset();
         ++m_files;
     }
@@ -136,8 +139,8 @@ Exit extract(const Arguments& arguments) {
         throw Failure(damage.code(), displayText(path) + ": " + damage.text());
     }
     progress.finish();
-    console().print("extracted " + counted(totals.folders, "folder") + ", " + counted(totals.files, "file") + ", " +
-                    counted(totals.bytes, "byte") + '\n');
+    console().print("extracted " + counted(totals.folders, "folder") + ", " + counted(totals.files, "file") +
+                    ", " + counted(totals.bytes, "byte") + '\n');
     return Exit::done;
 }
 

@@ -8,7 +8,9 @@ namespace mvtool::rec {
 namespace {
 
 /// Upper case of the letters that device names have.
-char16_t upper(char16_t unit) { return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit; }
+char16_t upper(char16_t unit) {
+    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
+}
 
 /// Windows takes these for devices with any extension, also with blanks before it.
 bool isDeviceName(std::u16string_view name) {
@@ -41,8 +43,9 @@ NameKind kindOfName(std::u16string_view name) {
     const bool reserved = std::any_of(name.begin(), name.end(), [](char16_t unit) {
         return unit < 0x20 || std::u16string_view(u"<>:\"\\|?*").find(unit) != std::u16string_view::npos;
     });
-    return reserved || name.back() == u'.' || name.back() == u' ' || isDeviceName(name) ? NameKind::posixOnly
-                                                                                       : NameKind::everywhere;
+    return reserved || name.back() == u'.' || name.back() == u' ' || isDeviceName(name)
+               ? NameKind::posixOnly
+               : NameKind::everywhere;
 }
 
 void store(unsigned char* at, std::uint64_t value, int bytes) {
@@ -83,8 +86,8 @@ std::vector<unsigned char> encode(const Totals& totals) {
     return payload;
 }
 
-std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level, const void* payload,
-                        std::size_t size) {
+std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level,
+                        const void* payload, std::size_t size) {
     unsigned char header[kRecordHeaderBytes];
     store(header, id, 4);
     store(header + 4, length, 4);
@@ -115,7 +118,8 @@ Fault decode(std::span<const unsigned char> payload, bool folder, Entry& entry) 
         return {fixed, "a name that no file can have"};
     }
     if ((kind == NameKind::posixOnly) != ((entry.flags & kPosixName) != 0)) {
-        return {fixed, kind == NameKind::posixOnly ? "a name that Windows reserves" : "a flag that the name belies"};
+        return {fixed,
+                kind == NameKind::posixOnly ? "a name that Windows reserves" : "a flag that the name belies"};
     }
     if ((entry.flags & ~(folder ? kPosixName : kPosixName | kExecutable | kReadOnly)) != 0) {
         return {0, "unknown flags"};

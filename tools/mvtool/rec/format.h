@@ -1,7 +1,7 @@
 // The bytes of a packed tree: identifiers, limits, payloads. docs/mvtool-rec.md describes them for others.
 //
-// Every payload ends with a sum: the CRC-32 of the headers and payloads, sums left out, of all records from the first one
-// to this. So no record can be changed, moved, doubled or left out unseen.
+// Every payload ends with a sum: the CRC-32 of the headers and payloads, sums left out, of all records from
+// the first one to this. So no record can be changed, moved, doubled or left out unseen.
 #pragma once
 
 #include <cstddef>
@@ -68,7 +68,8 @@ struct Totals {
 /// Where a name can stand.
 enum class NameKind {
     everywhere,
-    posixOnly, ///< a character or device name that Windows reserves, a blank or dot at the end, bytes that are not UTF-8
+    posixOnly, ///< a character or device name that Windows reserves, a blank or dot at the end, bytes that
+               ///< are not UTF-8
     nowhere    ///< empty, too long, "." or "..", a slash, a NUL, a surrogate that stands for nothing
 };
 NameKind kindOfName(std::u16string_view name);
@@ -77,9 +78,10 @@ NameKind kindOfName(std::u16string_view name);
 std::vector<unsigned char> encode(const Entry& entry);
 std::vector<unsigned char> encode(const Totals& totals);
 
-/// Continues the sum over a record: its header, in which `length` counts the sum too, and its payload without the sum.
-std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level, const void* payload,
-                        std::size_t size);
+/// Continues the sum over a record: its header, in which `length` counts the sum too, and its payload without
+/// the sum.
+std::uint32_t recordSum(std::uint32_t sum, std::uint32_t id, std::uint32_t length, short level,
+                        const void* payload, std::size_t size);
 
 /// What is wrong with a payload, and at which of its bytes.
 struct Fault {

@@ -49,8 +49,8 @@ Damage::Damage(std::uint64_t offset, std::uint64_t record, int code, const std::
 
 std::unique_ptr<CFile> openRecordFile(const std::string& path) {
     try {
-        return std::make_unique<CFileBuffer>(widePath(path).c_str(),
-                                             CFile::typeBinary | CFile::shareDenyWrite | CFile::modeRead, kReadBlock);
+        return std::make_unique<CFileBuffer>(
+            widePath(path).c_str(), CFile::typeBinary | CFile::shareDenyWrite | CFile::modeRead, kReadBlock);
     } catch (CException* exception) {
         throw Failure(Exit::notFound, "cannot read " + displayText(path) + ": " + textOf(exception));
     }
@@ -88,10 +88,12 @@ bool RecordScan::next() {
     m_end = m_offset + kRecordHeaderBytes + m_header.dwLongitud;
     if (m_end > m_length) {
         throw Damage(m_length, m_offset, kCodeShort,
-                     "the payload of " + std::to_string(m_header.dwLongitud) + " bytes goes beyond the end of the file");
+                     "the payload of " + std::to_string(m_header.dwLongitud) +
+                         " bytes goes beyond the end of the file");
     }
     if (m_header.nNivell < 0) {
-        throw Damage(m_offset + 8, m_offset, kCodeUnexpected, "a negative level: " + std::to_string(m_header.nNivell));
+        throw Damage(m_offset + 8, m_offset, kCodeUnexpected,
+                     "a negative level: " + std::to_string(m_header.nNivell));
     }
     return true;
 }
@@ -102,7 +104,8 @@ void RecordScan::read(void* buffer, std::uint32_t size) {
     }
 }
 
-TreeReader::TreeReader(RecordScan& scan) : m_scan(scan) {
+TreeReader::TreeReader(RecordScan& scan)
+    : m_scan(scan) {
     const short* words = scan.words();
     if (words[0] != kKind) {
         throw Damage(0, 0, kCodeUnexpected,
@@ -110,8 +113,8 @@ TreeReader::TreeReader(RecordScan& scan) : m_scan(scan) {
     }
     if (words[1] != kFormat || words[2] != 0 || words[3] != 0) {
         throw Damage(2, 0, kCodeUnexpected,
-                     "a packed tree of an unknown format: " + std::to_string(words[1]) + ' ' + std::to_string(words[2]) +
-                         ' ' + std::to_string(words[3]));
+                     "a packed tree of an unknown format: " + std::to_string(words[1]) + ' ' +
+                         std::to_string(words[2]) + ' ' + std::to_string(words[3]));
     }
 }
 
@@ -130,7 +133,8 @@ TreeReader::Event TreeReader::next() {
     }
     if (!m_scan.next()) {
         throw Damage(m_scan.offset(), 0, kCodeNoRecord,
-                     m_inFile ? "the rest of a file is missing" : "the end record is missing, so the file was cut");
+                     m_inFile ? "the rest of a file is missing"
+                              : "the end record is missing, so the file was cut");
     }
     ++m_records;
     switch (m_scan.header().dwId) {
@@ -175,8 +179,8 @@ TreeReader::Event TreeReader::readEntry() {
     }
     const Fault fault = decode(piece(), folder, m_entry);
     if (fault.text != nullptr) {
-        damage(kRecordHeaderBytes + fault.at, std::string(fault.text) +
-                                                  (m_entry.name.empty() ? "" : ": " + displayName(m_entry.name)));
+        damage(kRecordHeaderBytes + fault.at,
+               std::string(fault.text) + (m_entry.name.empty() ? "" : ": " + displayName(m_entry.name)));
     }
     m_level = header.nNivell;
     m_last.resize(static_cast<std::size_t>(m_level) + 1);
@@ -192,7 +196,8 @@ TreeReader::Event TreeReader::readEntry() {
         return Event::folder;
     }
     if (m_entry.size > m_scan.length()) {
-        damage(kRecordHeaderBytes + 12, "a file of " + std::to_string(m_entry.size) + " bytes, more than there are");
+        damage(kRecordHeaderBytes + 12,
+               "a file of " + std::to_string(m_entry.size) + " bytes, more than there are");
     }
     m_missing = m_entry.size;
     m_inFile = true;

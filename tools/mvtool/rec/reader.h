@@ -2,8 +2,8 @@
 #pragma once
 
 #include "../failure.h"
-#include "TSerializer.h"
 #include "format.h"
+#include "TSerializer.h"
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,8 +37,8 @@ public:
     const short* words() const { return m_words; }
     std::uint64_t length() const { return m_length; }
 
-    /// On to the next record, whatever of the current one was read. False at the end. Throws Damage where the file ends
-    /// in the middle of a record or a level is negative, and Failure(cancelled).
+    /// On to the next record, whatever of the current one was read. False at the end. Throws Damage where the
+    /// file ends in the middle of a record or a level is negative, and Failure(cancelled).
     bool next();
     const SER_RECORDHEADER& header() const { return m_header; }
     /// Where the current record begins; at the end, where one more would.
@@ -58,7 +58,8 @@ private:
     SER_RECORDHEADER m_header = {};
 };
 
-/// Walks a packed tree and answers what its records mean. Holds one piece of one file and a name for each open folder.
+/// Walks a packed tree and answers what its records mean. Holds one piece of one file and a name for each
+/// open folder.
 class TreeReader {
 public:
     enum class Event {
@@ -91,8 +92,9 @@ private:
     std::uint32_t m_sum = 0;
     Entry m_entry;
     int m_level = -1;
-    std::vector<std::u16string> m_last; ///< for each level that is open: the name that came last, empty for none
-    std::uint64_t m_missing = 0;        ///< bytes of the current file that are still to come
+    std::vector<std::u16string>
+        m_last;                  ///< for each level that is open: the name that came last, empty for none
+    std::uint64_t m_missing = 0; ///< bytes of the current file that are still to come
     bool m_inFile = false;
     Totals m_totals;
     std::uint64_t m_records = 0;

@@ -53,9 +53,9 @@ constexpr Command kCommands[] = {
 } // namespace
 
 const Family& family() {
-    static const Family one = {"rec", "pack folder trees into record files, list, check and extract them",
-                               "A packed tree is a record file: folder and file records, their levels are the depth.\n",
-                               kCommands};
+    static const Family one = {
+        "rec", "pack folder trees into record files, list, check and extract them",
+        "A packed tree is a record file: folder and file records, their levels are the depth.\n", kCommands};
     return one;
 }
 

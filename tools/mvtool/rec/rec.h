@@ -1,4 +1,5 @@
-// The family "rec": packs folder trees into record files and works on such files. docs/mvtool-rec.md has the bytes.
+// The family "rec": packs folder trees into record files and works on such files. docs/mvtool-rec.md has the
+// bytes.
 #pragma once
 
 #include "../command.h"

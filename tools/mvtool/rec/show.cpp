@@ -17,8 +17,9 @@ std::string padded(const std::string& text, std::size_t width) {
 
 std::string digits(std::int64_t value, int width) {
     std::string text = std::to_string(value);
-    return text.size() < static_cast<std::size_t>(width) ? std::string(static_cast<std::size_t>(width) - text.size(), '0') + text
-                                                         : text;
+    return text.size() < static_cast<std::size_t>(width)
+               ? std::string(static_cast<std::size_t>(width) - text.size(), '0') + text
+               : text;
 }
 
 /// "2024-03-01 09:30:00" of nanoseconds since 1970, UTC.
@@ -39,8 +40,9 @@ std::string timeText(std::int64_t ns) {
     const std::int64_t month = (5 * ofYear + 2) / 153;
     const std::int64_t day = ofYear - (153 * month + 2) / 5 + 1;
     const std::int64_t calendarMonth = month < 10 ? month + 3 : month - 9;
-    return digits(year + era * 400 + (calendarMonth <= 2 ? 1 : 0), 4) + '-' + digits(calendarMonth, 2) + '-' + digits(day, 2) +
-           ' ' + digits(seconds / 3600, 2) + ':' + digits(seconds / 60 % 60, 2) + ':' + digits(seconds % 60, 2);
+    return digits(year + era * 400 + (calendarMonth <= 2 ? 1 : 0), 4) + '-' + digits(calendarMonth, 2) + '-' +
+           digits(day, 2) + ' ' + digits(seconds / 3600, 2) + ':' + digits(seconds / 60 % 60, 2) + ':' +
+           digits(seconds % 60, 2);
 }
 
 /// "FOLD" for an identifier that reads as letters, else its number in hexadecimal.
@@ -78,7 +80,8 @@ Exit listRecords(RecordScan& scan) {
     while (scan.next()) {
         const SER_RECORDHEADER& header = scan.header();
         const std::string id = idName(header.dwId);
-        console().print(padded(std::to_string(scan.offset()), 12) + padded(std::to_string(header.nNivell), 7) + "  " + id +
+        console().print(padded(std::to_string(scan.offset()), 12) +
+                        padded(std::to_string(header.nNivell), 7) + "  " + id +
                         padded(std::to_string(header.dwLongitud), 17 - id.size()) + '\n');
     }
     return Exit::done;
@@ -151,7 +154,8 @@ Exit tree(const Arguments& arguments) {
             line.append(path, before);
             console().print(line + (entry.folder ? "" : "  " + std::to_string(entry.size)) + '\n');
         });
-        console().print(counted(reader.totals().folders, "folder") + ", " + counted(reader.totals().files, "file") + '\n');
+        console().print(counted(reader.totals().folders, "folder") + ", " +
+                        counted(reader.totals().files, "file") + '\n');
         return Exit::done;
     });
 }
@@ -170,8 +174,9 @@ Exit check(const Arguments& arguments) {
             while (reader.next() != TreeReader::Event::end) {
             }
             const Totals& totals = reader.totals();
-            result = "good: " + counted(reader.records(), "record") + ", " + counted(totals.folders, "folder") + ", " +
-                     counted(totals.files, "file") + ", " + counted(totals.bytes, "byte");
+            result = "good: " + counted(reader.records(), "record") + ", " +
+                     counted(totals.folders, "folder") + ", " + counted(totals.files, "file") + ", " +
+                     counted(totals.bytes, "byte");
         } else {
             std::uint64_t records = 0;
             std::vector<unsigned char> piece(kPieceBytes);
@@ -203,8 +208,8 @@ Exit info(const Arguments& arguments) {
     return withFile(arguments.operands()[0], progress, [&](RecordScan& scan) {
         const short* words = scan.words();
         std::string text = "file:          " + shown + "\nbytes:         " + std::to_string(scan.length()) +
-                           "\nheader words:  " + std::to_string(words[0]) + ' ' + std::to_string(words[1]) + ' ' +
-                           std::to_string(words[2]) + ' ' + std::to_string(words[3]) + '\n';
+                           "\nheader words:  " + std::to_string(words[0]) + ' ' + std::to_string(words[1]) +
+                           ' ' + std::to_string(words[2]) + ' ' + std::to_string(words[3]) + '\n';
         int deepest = -1;
         if (words[0] == kKind) {
             TreeReader reader(scan);
@@ -214,8 +219,9 @@ Exit info(const Arguments& arguments) {
             const Totals& totals = reader.totals();
             text += "kind:          packed tree, format " + std::to_string(words[1]) +
                     "\nrecords:       " + std::to_string(reader.records()) +
-                    "\nfolders:       " + std::to_string(totals.folders) + "\nfiles:         " +
-                    std::to_string(totals.files) + "\nfile bytes:    " + std::to_string(totals.bytes) +
+                    "\nfolders:       " + std::to_string(totals.folders) +
+                    "\nfiles:         " + std::to_string(totals.files) +
+                    "\nfile bytes:    " + std::to_string(totals.bytes) +
                     "\nlevels:        " + std::to_string(deepest + 1) + '\n';
         } else {
             std::map<DWORD, IdTotals> byId;
@@ -231,15 +237,16 @@ Exit info(const Arguments& arguments) {
                     each->bytes += header.dwLongitud;
                 }
             }
-            text += "kind:          record file of another program\nrecords:       " + std::to_string(all.records) +
-                    "\npayload bytes: " + std::to_string(all.bytes) +
+            text += "kind:          record file of another program\nrecords:       " +
+                    std::to_string(all.records) + "\npayload bytes: " + std::to_string(all.bytes) +
                     "\nlevels:        " + std::to_string(deepest + 1) + '\n';
             for (const auto& [id, totals] : byId) {
                 text += "  " + idName(id) + ": " + counted(totals.records, "record") + ", " +
                         counted(totals.bytes, "byte") + '\n';
             }
             if (others.records > 0) {
-                text += "  others: " + counted(others.records, "record") + ", " + counted(others.bytes, "byte") + '\n';
+                text += "  others: " + counted(others.records, "record") + ", " +
+                        counted(others.bytes, "byte") + '\n';
             }
         }
         progress.finish();

@@ -13,8 +13,8 @@ constexpr DWORD kWriteBlock = 4 << 20;
 TreeWriter::TreeWriter(const ReplacedFile& output, std::string shown)
     : m_output(output)
     , m_shown(std::move(shown))
-    , m_file(widePath(output.temporaryPath()).c_str(), CFile::typeBinary | CFile::modeCreate | CFile::modeWrite,
-             kWriteBlock)
+    , m_file(widePath(output.temporaryPath()).c_str(),
+             CFile::typeBinary | CFile::modeCreate | CFile::modeWrite, kWriteBlock)
     , m_serializer(&m_file) {
     check(m_serializer.CreateHeader(kKind, kFormat, 0, 0));
 }
@@ -22,8 +22,8 @@ TreeWriter::TreeWriter(const ReplacedFile& output, std::string shown)
 void TreeWriter::check(int result) {
     if (result < 0) {
         m_file.Abort(); // without another try to write what is pending
-        throw Failure(Exit::writeFailure,
-                      "cannot write " + m_shown + " [library code " + std::to_string(result) + "]; nothing was changed");
+        throw Failure(Exit::writeFailure, "cannot write " + m_shown + " [library code " +
+                                              std::to_string(result) + "]; nothing was changed");
     }
 }
 
@@ -58,7 +58,8 @@ void TreeWriter::piece(unsigned char* buffer, std::uint32_t size) {
 
 void TreeWriter::finish() {
     record(kEnd, 0, encode(m_totals));
-    // TSerializer::Close would show what goes wrong and go on; here the difference between whole and cut counts.
+    // TSerializer::Close would show what goes wrong and go on; here the difference between whole and cut
+    // counts.
     try {
         m_file.Close();
     } catch (CException* exception) {

@@ -3,8 +3,8 @@
 
 #include "../folders.h"
 #include "CFileBuffer.h"
-#include "TSerializer.h"
 #include "format.h"
+#include "TSerializer.h"
 #include <string>
 
 namespace mvtool::rec {
@@ -17,7 +17,8 @@ public:
 
     /// Writes the record of a folder or file at the level; a file's pieces follow before anything else.
     void entry(const Entry& entry, int level);
-    /// Writes a piece of the last file. `buffer` has room for kPieceBytes + kSumBytes; the sum goes behind the `size` bytes.
+    /// Writes a piece of the last file. `buffer` has room for kPieceBytes + kSumBytes; the sum goes behind
+    /// the `size` bytes.
     void piece(unsigned char* buffer, std::uint32_t size);
     /// Writes the end record, closes the file and sees that every byte arrived.
     void finish();
