@@ -77,7 +77,7 @@ CString nextToken(const wchar_t*& rest, wchar_t delimiter) {
     const wchar_t* token = rest;
     while (*rest != 0 && *rest != delimiter)
         ++rest;
-    const CString text(token, static_cast<int>(rest - token));
+    CString text(token, static_cast<int>(rest - token));
     if (*rest != 0)
         ++rest;
     return text;

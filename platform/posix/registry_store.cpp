@@ -39,6 +39,13 @@ constexpr char schema[] =
     "PRAGMA application_id = 0x4D565247;"
     "PRAGMA user_version = 1;";
 
+constexpr const char* setEntry =
+    "INSERT INTO entries(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5) "
+    "ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data";
+constexpr const char* measureEntries =
+    "SELECT count(*), coalesce(max(length(folded)), 0) / 2, coalesce(max(length(data)), 0) "
+    "FROM entries WHERE key = ?1";
+
 constexpr const char* queries[] = {
     "SELECT id FROM keys WHERE parent = ?1 AND folded = ?2",
     "SELECT 1 FROM keys WHERE id = ?1",
@@ -51,14 +58,12 @@ constexpr const char* queries[] = {
     "SELECT name, folded, written FROM keys WHERE parent = ?1 ORDER BY folded LIMIT 1 OFFSET ?2",
     "SELECT count(*), coalesce(max(length(folded)), 0) / 2 FROM keys WHERE parent = ?1",
     "SELECT type, data FROM entries WHERE key = ?1 AND folded = ?2",
-    "INSERT INTO entries(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5) "
-    "ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data",
+    setEntry,
     "DELETE FROM entries WHERE key = ?1 AND folded = ?2",
     "DELETE FROM entries WHERE key = ?1",
     "SELECT name, id, type, data FROM entries WHERE key = ?1 AND id > ?2 ORDER BY id LIMIT 1",
     "SELECT name, id, type, data FROM entries WHERE key = ?1 ORDER BY id LIMIT 1 OFFSET ?2",
-    "SELECT count(*), coalesce(max(length(folded)), 0) / 2, coalesce(max(length(data)), 0) "
-    "FROM entries WHERE key = ?1",
+    measureEntries,
     "PRAGMA data_version",
     "BEGIN IMMEDIATE",
     "COMMIT",

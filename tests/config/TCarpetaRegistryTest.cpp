@@ -487,10 +487,10 @@ TEST_F(TCarpetaRegistryTest, ANewFolderHoldsNoKey) {
 
 TEST_F(TCarpetaRegistryTest, SubFoldersTakeRootAndPathFromTheirParent) {
     Folder parent(L"a", HKEY_LOCAL_MACHINE, 7);
-    const std::unique_ptr<Folder> sub(static_cast<Folder*>(parent.GetSubcarpeta(L"b\\c")));
-    EXPECT_EQ(sub->m_strCarpeta, L"a\\b\\c");
-    EXPECT_EQ(sub->m_hClauBase, HKEY_LOCAL_MACHINE);
-    EXPECT_EQ(sub->m_nOpcions, 7);
+    const std::unique_ptr<TCarpetaRegistry> sub(parent.GetSubcarpeta(L"b\\c"));
+    EXPECT_EQ((*sub).*(&Folder::m_strCarpeta), L"a\\b\\c");
+    EXPECT_EQ((*sub).*(&Folder::m_hClauBase), HKEY_LOCAL_MACHINE);
+    EXPECT_EQ((*sub).*(&Folder::m_nOpcions), 7);
     const Folder constructed(&parent, L"b");
     EXPECT_EQ(constructed.m_strCarpeta, L"a\\b");
     EXPECT_EQ(constructed.m_hClauBase, HKEY_LOCAL_MACHINE);

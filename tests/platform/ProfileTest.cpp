@@ -185,9 +185,9 @@ TEST_F(Profile, DefaultLosesTheBlanksAtItsEnd) {
 }
 
 TEST_F(Profile, MarksTellTheEncoding) {
-    File(std::string("\xFF\xFE[\0s\0]\0\n\0a\0=\0\xE9\0\x16\x04\n\0", 22));
+    File(std::string("\xFF\xFE[\0s\0]\0\n\0a\0=\0\xE9\0\x16\x04\n\0", 20));
     EXPECT_EQ(Get(L"s", L"a"), L"\u00E9\u0416");
-    File(std::string("\xFF\xFE[\0s\0]\0\n\0a\0=\0\xE9\0\x16\x04\n", 21)); // half a unit at the end
+    File(std::string("\xFF\xFE[\0s\0]\0\n\0a\0=\0\xE9\0\x16\x04\n", 19)); // half a unit at the end
     EXPECT_EQ(Get(L"s", L"a"), L"\u00E9\u0416");
     File(std::string("\xFE\xFF\0[\0s\0]\0\n\0a\0=\0b\0\n", 18));
     EXPECT_EQ(Get(L"s", L"a"), L"b");

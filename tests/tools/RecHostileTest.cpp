@@ -304,7 +304,12 @@ TEST_F(RecHostile, AWrongSumIsRefused) {
 }
 
 TEST_F(RecHostile, BadRecordsOfOtherProgramsAreFoundByCheck) {
-    Write("t.rec", RecordBytes().Header(7, 0, 0, 0).Raw(std::string("abcd\x05\0\0\0\x01\0123", 13)).Bytes());
+    Write("t.rec", RecordBytes()
+                       .Header(7, 0, 0, 0)
+                       .Raw(std::string("abcd\x05\0\0\0\x01\0"
+                                        "123",
+                                        13))
+                       .Bytes());
     Result result = Rec("check", "t.rec");
     EXPECT_EQ(result.code, kNo);
     EXPECT_NE(result.out.find("bad: damaged at byte 31: the payload of 5 bytes goes beyond the end"),

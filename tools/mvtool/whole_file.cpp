@@ -27,7 +27,7 @@ constexpr std::size_t kPiece = 1 << 24;
 } // namespace
 
 std::wstring fullPath(const std::string& path) {
-    const std::wstring given = widePath(path);
+    std::wstring given = widePath(path);
     std::wstring full(32768, L'\0');
     const DWORD length =
         GetFullPathNameW(given.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
