@@ -1,6 +1,7 @@
 // Access lists of Windows.
 #include "CSharingManager.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 
@@ -72,13 +73,28 @@ bool ReadDescriptor(const wchar_t* file, HeapBlock& descriptor) {
     return true;
 }
 
-// Whether the entry is for the identifier. Entries of kinds that hold it elsewhere are not.
+// How far into an entry its identifier begins; 0 for types without one.
+std::size_t IdentifierOffset(const ACE_HEADER& entry) {
+    // Allowed, denied, audit, alarm: plain, for objects of a kind, with a condition, and both.
+    if (entry.AceType <= 3 || (entry.AceType >= 9 && entry.AceType <= 10) ||
+        (entry.AceType >= 13 && entry.AceType <= 14))
+        return offsetof(ACCESS_ALLOWED_ACE, SidStart);
+    if (entry.AceType == 4 || entry.AceType > 16 || entry.AceSize < sizeof(ACCESS_ALLOWED_ACE))
+        return 0;
+    const DWORD flags = reinterpret_cast<const ACCESS_ALLOWED_OBJECT_ACE&>(entry).Flags;
+    return offsetof(ACCESS_ALLOWED_OBJECT_ACE, ObjectType) +
+           (flags & ACE_OBJECT_TYPE_PRESENT ? sizeof(GUID) : 0) +
+           (flags & ACE_INHERITED_OBJECT_TYPE_PRESENT ? sizeof(GUID) : 0);
+}
+
+// Whether the entry is for the identifier. One that is too short for the identifier that it begins is not.
 bool IsFor(const ACE_HEADER& entry, PSID identifier) {
-    if (entry.AceType != ACCESS_ALLOWED_ACE_TYPE && entry.AceType != ACCESS_DENIED_ACE_TYPE)
+    const std::size_t offset = IdentifierOffset(entry);
+    if (offset == 0 || entry.AceSize < offset + ::GetSidLengthRequired(0))
         return false;
-    const auto& allowed = reinterpret_cast<const ACCESS_ALLOWED_ACE&>(entry);
-    return entry.AceSize >= sizeof(ACCESS_ALLOWED_ACE) &&
-           ::EqualSid(identifier, const_cast<DWORD*>(&allowed.SidStart));
+    auto* const own = reinterpret_cast<SID*>(reinterpret_cast<ULONG_PTR>(&entry) + offset);
+    return entry.AceSize >= offset + ::GetSidLengthRequired(own->SubAuthorityCount) &&
+           ::EqualSid(identifier, own);
 }
 
 // Copies the old list's entries from `index` on, up to the first inherited one if `onlyExplicit`, without
