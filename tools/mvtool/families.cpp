@@ -1,4 +1,5 @@
 // The list of families. A new family is a source file of its own and a line here.
+#include "block/block.h"
 #include "command.h"
 #include "dde/dde.h"
 #include "info/info.h"
@@ -12,10 +13,10 @@
 namespace mvtool {
 
 std::span<const Family* const> families() {
-    static const Family* const all[] = {&rec::family(),          &xml::family(),         &reg::family(),
-                                        &ini::family(),          &unit::family(),        &dde::family(),
-                                        &share::family(),        &info::versionFamily(), &info::pathFamily(),
-                                        &info::diagnosisFamily()};
+    static const Family* const all[] = {&rec::family(),      &xml::family(),          &block::family(),
+                                        &reg::family(),      &ini::family(),          &unit::family(),
+                                        &dde::family(),      &share::family(),        &info::versionFamily(),
+                                        &info::pathFamily(), &info::diagnosisFamily()};
     return all;
 }
 
