@@ -86,6 +86,18 @@ TEST(DdeCommands, NobodyThereIsNotFound) {
     EXPECT_EQ(mvtool({"dde", "request", "mvlib62.nobody", "Jobs", "x"}).code, 3);
 }
 
+TEST(DdeCommands, CtrlCEndsTheServerWell) {
+    RunningTool server({"dde", "serve", "mvlib62.tool", "Jobs"});
+    awaitService();
+    EXPECT_EQ(mvtool({"dde", "exec", "mvlib62.tool", "Jobs", "before"}).code, 0);
+    server.interrupt();
+    const Result result = server.wait();
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "execute Jobs: before\n");
+    EXPECT_FALSE(contains(mvtool({"dde", "list"}).out, "mvlib62.tool"));
+    EXPECT_EQ(mvtool({"dde", "exec", "mvlib62.tool", "Jobs", "after"}).code, 3);
+}
+
 TEST(DdeCommands, MistakesAreNamed) {
     EXPECT_EQ(mvtool({"dde", "exec", "", "Jobs", "x"}).code, 2);
     EXPECT_EQ(mvtool({"dde", "exec", std::string(256, 's'), "Jobs", "x"}).code, 2);

@@ -36,7 +36,7 @@ public:
     /// Stops the program where it is, and lets it go on.
     void hold();
     void resume();
-    /// Ctrl-C.
+    /// Ctrl-C; on Windows it reaches every run.
     void interrupt();
     bool running();
     /// Natively: true once it has opened a file that lies at the path or has that beginning.

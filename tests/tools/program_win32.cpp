@@ -114,6 +114,22 @@ Result finish(Child& child) {
     return result;
 }
 
+BOOL WINAPI swallow(DWORD event) {
+    return event == CTRL_C_EVENT;
+}
+
+/// A console of this program's own for itself and the runs that it starts: events reach every program that
+/// shares one. This program lives on.
+void needConsole() {
+    static const bool ready = [] {
+        FreeConsole();
+        return AllocConsole() && SetConsoleCtrlHandler(&swallow, TRUE);
+    }();
+    if (!ready) {
+        throw std::runtime_error("no console");
+    }
+}
+
 HANDLE openForTimes(const std::filesystem::path& path, DWORD access) {
     const HANDLE handle = CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -136,7 +152,8 @@ struct RunningTool::State {
 
 RunningTool::RunningTool(const std::vector<std::string>& words)
     : m_state(std::make_unique<State>()) {
-    m_state->child = start(words, {}, CREATE_NEW_PROCESS_GROUP);
+    needConsole();
+    m_state->child = start(words, {}, 0);
 }
 
 RunningTool::~RunningTool() {
@@ -153,7 +170,7 @@ void RunningTool::resume() {
     ResumeThread(m_state->child.thread);
 }
 void RunningTool::interrupt() {
-    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, GetProcessId(m_state->child.process));
+    GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
 }
 bool RunningTool::running() {
     return WaitForSingleObject(m_state->child.process, 0) == WAIT_TIMEOUT;
