@@ -214,9 +214,10 @@ HCONV Thread::connect(DWORD number, const std::wstring& service, const std::wstr
 // ---- What arrives
 
 void Thread::addDescriptors(std::vector<pollfd>& descriptors) const {
-    const auto addLink = [&](const Link& link) {
-        const short events = link.unsent() ? POLLIN | POLLOUT : POLLIN;
-        descriptors.push_back({link.socket(), events, 0});
+    const auto addLink = [&](const Link& link, bool reads) {
+        const int events = (reads ? POLLIN : 0) | (link.unsent() ? POLLOUT : 0);
+        if (events != 0)
+            descriptors.push_back({link.socket(), static_cast<short>(events), 0});
     };
     if (m_watch)
         descriptors.push_back({m_watch.get(), POLLIN, 0});
@@ -224,10 +225,10 @@ void Thread::addDescriptors(std::vector<pollfd>& descriptors) const {
         for (const auto& service : one.second.services)
             descriptors.push_back({service.second.socket(), POLLIN, 0});
     for (const auto& one : m_waiting)
-        addLink(one.second.link);
+        addLink(one.second.link, true);
     for (const auto& one : m_conversations)
         if (!one.second.ended)
-            addLink(one.second.link);
+            addLink(one.second.link, one.second.reads());
     for (const Link& link : m_leaving)
         descriptors.push_back({link.socket(), POLLOUT, 0});
 }
@@ -324,6 +325,7 @@ bool Thread::take(std::uintptr_t number, Conversation& conversation, Message mes
     } else if (!conversation.client && !instance(conversation.instance)) {
         return false;
     } else if (!conversation.client || conversation.asynchronous.count(message.number) != 0) {
+        conversation.pending = true;
         post({Event::Kind::Message, conversation.instance, number, std::move(message), {}});
     }
     return true;
@@ -334,7 +336,7 @@ void Thread::collectConversations() {
         if (conversation.ended)
             continue;
         bool open = conversation.link.flush();
-        for (Message message; open;) {
+        for (Message message; open && conversation.reads();) {
             const Link::Received received = conversation.link.receive(message);
             if (received == Link::Received::Nothing)
                 break;
@@ -426,6 +428,9 @@ LRESULT Thread::dispatch(const MSG& message) {
         return 0;
     const Event event = std::move(found->second);
     m_events.erase(found);
+    if (Conversation* const of = conversation(handleOf(event.conversation));
+        of && event.kind == Event::Kind::Message)
+        of->pending = false;
     if (!instance(event.instance))
         return 0;
     switch (event.kind) {

@@ -150,7 +150,8 @@ Link::Received Link::receive(Message& message) {
         else if (m_partial.type != type || m_partial.number != header.number)
             return Received::End;
         const std::size_t part = static_cast<std::size_t>(got) - sizeof header;
-        if (part > longestBody - m_partial.body.size())
+        // Only the last part may be shorter: a message has a bounded number of packets.
+        if (part > longestBody - m_partial.body.size() || (header.more != 0 && part != largestPart))
             return Received::End;
         m_partial.putRest(packet.data() + sizeof header, part);
         m_inside = header.more != 0;

@@ -35,6 +35,7 @@ public:
         return 1;
     }
     HDDEDATA COM_Request(unsigned int, const wchar_t*) override {
+        ++requests;
         std::vector<unsigned char> bytes(answerSize, 'a');
         return DdeCreateDataHandle(m_dwInstancia, bytes.data(), static_cast<DWORD>(bytes.size()), 0, nullptr,
                                    0, 0);
@@ -43,6 +44,7 @@ public:
     std::vector<std::wstring> commands;
     std::vector<std::wstring> registered;
     std::size_t answerSize = 10;
+    int requests = 0;
 };
 
 Server* g_server;
@@ -85,12 +87,25 @@ public:
     void Send(const std::string& bytes) { ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
     // A packet with the right header.
     void SendPart(unsigned short type, unsigned short more, const std::string& body) {
+        Send(Part(type, more, body));
+    }
+    // False when the socket takes no more for now.
+    bool Try(unsigned short type, const std::string& body) {
+        const std::string bytes = Part(type, 0, body);
+        return ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
+    }
+    static std::string Part(unsigned short type, unsigned short more, const std::string& body) {
         std::string bytes = "MVD1";
         for (unsigned value : {unsigned{type}, unsigned{more}}) {
             bytes += static_cast<char>(value & 0xFF);
             bytes += static_cast<char>(value >> 8);
         }
-        Send(bytes + std::string(4, '\1') + body);
+        return bytes + std::string(4, '\1') + body;
+    }
+    void ReadAll() {
+        char byte;
+        while (::recv(m_socket, &byte, 1, MSG_DONTWAIT) > 0) {
+        }
     }
     // True when the server closed.
     bool Closed() {
@@ -399,6 +414,53 @@ TEST_F(DdePosixTest, BodyBeyondTheLimitEndsTheConversation) {
     }
     EXPECT_TRUE(client.Closed());
     EXPECT_TRUE(server.commands.empty());
+    ExpectAlive();
+}
+
+TEST_F(DdePosixTest, PartBeforeTheLastMustBeWhole) {
+    RawClient client(Sockets().at(0));
+    client.SendPart(1, 0, Text("Place") + Text("Topic"));
+    PumpWaiting();
+    client.SendPart(6, 1, "");
+    EXPECT_TRUE(client.Closed());
+    EXPECT_TRUE(server.commands.empty());
+    ExpectAlive();
+}
+
+TEST_F(DdePosixTest, ClientThatSendsFasterThanItIsServedWaits) {
+    RawClient client(Sockets().at(0));
+    client.SendPart(1, 0, Text("Place") + Text("Topic"));
+    PumpWaiting();
+    // Looking for a message takes over what arrived, and dispatches none of it.
+    std::size_t sent = 0;
+    MSG message;
+    for (int i = 0; i < 5000; ++i) {
+        sent += client.Try(6, std::string(8, 'c'));
+        PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE);
+    }
+    EXPECT_GT(sent, 1u);
+    EXPECT_LT(sent, 2000u); // the rest was refused by the socket
+    EXPECT_TRUE(PumpUntil([&] {
+        client.ReadAll();
+        return server.commands.size() == sent;
+    }));
+    ExpectAlive();
+}
+
+TEST_F(DdePosixTest, ClientThatReadsNoAnswersGetsNoMoreOfThem) {
+    server.answerSize = 1u << 20;
+    RawClient client(Sockets().at(0));
+    client.SendPart(1, 0, Text("Place") + Text("Topic"));
+    PumpWaiting();
+    const std::string request = std::string("\1\0\0\0", 4) + Text("item");
+    for (int i = 0; i < 50; ++i)
+        client.Try(8, request);
+    PumpWaiting();
+    EXPECT_EQ(server.requests, 1);
+    EXPECT_TRUE(PumpUntil([&] {
+        client.ReadAll();
+        return server.requests == 50;
+    }));
     ExpectAlive();
 }
 

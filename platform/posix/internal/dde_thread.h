@@ -42,6 +42,12 @@ struct Conversation {
     std::map<std::uint32_t, Transaction> asynchronous; // that were not answered yet
     std::uint32_t awaited = 0;                         // the number that somebody waits for
     std::optional<Message> answer;                     // to it
+    bool pending = false;                              // a message arrived and was not dispatched yet
+
+    // Whether more is read from the other end now: one that sends faster than it is served, or does not read
+    // what it is answered, has to wait. A client always reads answers, so that two ends never wait for each
+    // other.
+    bool reads() const { return !pending && (client || !link.unsent()); }
 };
 
 // What a message of the thread's queue stands for.

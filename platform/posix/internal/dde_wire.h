@@ -1,8 +1,8 @@
 // Messages between the two ends of a conversation.
 //
 // A message is a type, a number, and a body of up to 64 MiB. It crosses a sequenced-packet socket in packets
-// of a header and up to 32 KiB of the body; all of a message's packets follow each other. Both ends run on
-// one machine, so numbers travel as they lie in memory.
+// of a header and 32 KiB of the body, the last one with the rest; all of a message's packets follow each
+// other. Both ends run on one machine, so numbers travel as they lie in memory.
 #pragma once
 
 #include <cstdint>
