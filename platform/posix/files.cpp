@@ -52,6 +52,7 @@ unsigned usesOf(DWORD access, DWORD flags) {
 struct Opened {
     int descriptor = -1;
     bool created = false;
+    bool made = false; // by this open, and nothing else stands at its path
     bool readable = false;
     bool writable = false;
 };
@@ -80,7 +81,9 @@ int openByDisposition(const std::string& path, DWORD disposition, unsigned uses,
                       Opened& opened) {
     if (disposition == CREATE_NEW) {
         opened.created = true;
-        return openDescriptor(path, uses, false, O_CREAT | O_EXCL, mode, opened);
+        const int error = openDescriptor(path, uses, false, O_CREAT | O_EXCL, mode, opened);
+        opened.made = error == 0;
+        return error;
     }
     int error = openDescriptor(path, uses, truncates, 0, mode, opened);
     if (error != ENOENT || disposition == OPEN_EXISTING || disposition == TRUNCATE_EXISTING)
@@ -88,7 +91,7 @@ int openByDisposition(const std::string& path, DWORD disposition, unsigned uses,
     // It may come and go meanwhile; a link to nothing exists and does not, and is followed in the end.
     for (int attempt = 0; attempt < 4; ++attempt) {
         error = openDescriptor(path, uses, truncates, O_CREAT | O_EXCL, mode, opened);
-        opened.created = error == 0;
+        opened.created = opened.made = error == 0;
         if (error != EEXIST)
             return error;
         error = openDescriptor(path, uses, truncates, 0, mode, opened);
@@ -121,8 +124,7 @@ DWORD typeOf(const struct stat& status) {
 // Finishes an open file into a FileObject, or answers the error. The descriptor belongs to `file` from the
 // start.
 DWORD settle(FileObject& file, const Opened& opened, const std::string& path, DWORD share, DWORD flags,
-             unsigned uses, bool truncates) {
-    struct stat status;
+             unsigned uses, bool truncates, struct stat& status) {
     if (::fstat(file.m_descriptor, &status) != 0)
         return errorFromErrno(errno);
     const bool folder = S_ISDIR(status.st_mode);
@@ -143,16 +145,32 @@ DWORD settle(FileObject& file, const Opened& opened, const std::string& path, DW
         if (!folder && !enterUseOutside(file.m_descriptor, opened.readable, file.m_use))
             return ERROR_SHARING_VIOLATION;
     }
-    if (truncates && !opened.created && S_ISREG(status.st_mode) && status.st_size != 0) {
-        if (file.m_shared && isMappedBeyond(file.m_shared, 0))
-            return ERROR_USER_MAPPED_FILE;
-        if (::ftruncate(file.m_descriptor, 0) != 0)
-            return errorFromErrno(errno);
-    }
+    if (truncates && !opened.created && status.st_size != 0 && file.m_shared &&
+        isMappedBeyond(file.m_shared, 0))
+        return ERROR_USER_MAPPED_FILE;
     if (flags & FILE_FLAG_DELETE_ON_CLOSE)
         file.m_deletePath = path;
     return 0;
 }
+
+// Removes a file that was just made, unless it is kept.
+class NewFile {
+public:
+    NewFile(const std::string& path, bool made)
+        : m_path(path)
+        , m_removes(made) {}
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile() {
+        if (m_removes)
+            ::unlink(m_path.c_str());
+    }
+    void Keep() { m_removes = false; }
+
+private:
+    const std::string& m_path;
+    bool m_removes;
+};
 
 HANDLE create(LPCWSTR fileName, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
     std::string path;
@@ -179,8 +197,12 @@ HANDLE create(LPCWSTR fileName, DWORD access, DWORD share, DWORD disposition, DW
     file->m_descriptor = opened.descriptor;
     file->m_appends =
         (access & FILE_APPEND_DATA) && !(access & (GENERIC_WRITE | GENERIC_ALL | FILE_WRITE_DATA));
-    const DWORD failure = settle(*file, opened, path, share, flags, uses, truncates);
+    // Memory that runs out from here on leaves nothing behind, and an old file as it was.
+    NewFile made(path, opened.made);
+    struct stat status;
+    const DWORD failure = settle(*file, opened, path, share, flags, uses, truncates, status);
     if (failure != 0) {
+        made.Keep();
         file = Ref<FileObject>();
         SetLastError(failure);
         return INVALID_HANDLE_VALUE;
@@ -191,9 +213,18 @@ HANDLE create(LPCWSTR fileName, DWORD access, DWORD share, DWORD disposition, DW
             ::fcntl(file->m_descriptor, F_SETFL, now | O_DSYNC);
     }
     const bool existed = !opened.created && (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS);
+    const int descriptor = file->m_descriptor;
     const HANDLE handle = openHandle(file.detach());
     if (!handle)
         return INVALID_HANDLE_VALUE;
+    made.Keep();
+    if (truncates && !opened.created && S_ISREG(status.st_mode) && status.st_size != 0 &&
+        ::ftruncate(descriptor, 0) != 0) {
+        const DWORD refused = errorFromErrno(errno);
+        CloseHandle(handle);
+        SetLastError(refused);
+        return INVALID_HANDLE_VALUE;
+    }
     SetLastError(existed ? ERROR_ALREADY_EXISTS : NO_ERROR);
     return handle;
 }

@@ -1,4 +1,5 @@
 // CreateFileW, ReadFile, WriteFile, positions, sizes, locks, times.
+#include "alloc_failure.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -510,4 +511,27 @@ TEST_F(Files, RangesBeyond32Bits) {
     EXPECT_FALSE(LockFile(second, 0, 0, 0, 2));
     EXPECT_FALSE(LockFile(first, 0xFFFFFFFF, 0xFFFFFFFF, 2, 0));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+}
+
+// ---- Memory
+
+TEST_F(Files, FileThatCannotBeOpenedForWantOfMemoryIsLeftAlone) {
+    for (const DWORD disposition : {CREATE_NEW, CREATE_ALWAYS, OPEN_ALWAYS, TRUNCATE_EXISTING}) {
+        for (const bool exists : {false, true}) {
+            FailEachAllocation([&] {
+                std::filesystem::remove(m_folder.Root() / "a");
+                if (exists)
+                    m_folder.Write(L"a", "old");
+                // Every open takes a further handle, so that the table of handles has to grow.
+                const HANDLE handle = TryOpen(m_folder.Path(L"a"), GENERIC_WRITE, disposition, 0, 7);
+                if (handle != INVALID_HANDLE_VALUE)
+                    return;
+                EXPECT_EQ(m_folder.Exists(L"a"), exists);
+                if (exists) {
+                    EXPECT_EQ(m_folder.Read(L"a"), "old");
+                }
+            });
+            CloseAll();
+        }
+    }
 }
