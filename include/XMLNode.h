@@ -156,7 +156,8 @@ public:
                                XMLResults* results = nullptr);
     // Parses a whole file: UTF-16 (little-endian, with a mark or recognised without one) or 8-bit text in the
     // encoding set by setGlobalOptions, UTF-8 with or without its mark to begin with. Text after a NUL is not
-    // read. Beside parseString's errors: 10 not opened (a folder too), 3 empty, 14 not convertible.
+    // read. Beside parseString's errors: 10 not opened (a folder and a null name too), 3 empty, 14 without a
+    // character to convert or larger than 2 GiB.
     static XMLNode parseFile(const wchar_t* fileName, const wchar_t* tag = nullptr,
                              XMLResults* results = nullptr);
     // parseFile for a file that the program cannot run without: on any error or warning it shows a message
@@ -167,12 +168,12 @@ public:
     // - encoding: how 8-bit files are read; encoding_keep leaves it.
     // - guessWideChars: files are tested for UTF-16 first; when 0 every file is taken as UTF-16 as it stands.
     // - dropWhiteSpace: texts lose white space at both ends, and all-white ones are dropped. When 0 nothing
-    // is
-    //   trimmed, and rendering is always compact.
+    //   is trimmed, and rendering is always compact.
     // - removeCommentsInMiddleOfText: a comment between two texts goes, and the texts become one.
     static char setGlobalOptions(XMLCharEncoding encoding = encoding_UTF8, char guessWideChars = 1,
                                  char dropWhiteSpace = 1, char removeCommentsInMiddleOfText = 1);
-    // Always encoding_keep ("cannot tell"); kept for callers that pass the answer to setGlobalOptions.
+    // Always encoding_keep ("cannot tell"), whatever is given, null included; kept for callers that pass the
+    // answer to setGlobalOptions.
     static XMLCharEncoding guessCharEncoding(void* buffer, int length, char flag = 1);
     // The English text of an error; "Unknown" for a number that is none. Static, never null.
     static const wchar_t* getError(XMLError error);
@@ -246,8 +247,8 @@ public:
     XMLNode addChild_WOSD(wchar_t* name, char isDeclaration = 0, int pos = -1);
     // Moves a tree here, away from the parent it may have, and answers it. Within the same parent `pos`
     // counts in the order that is left when the child is out, and is lowered by one when it lies at or past
-    // the end of that. Nothing happens, and the empty node comes back, when either is empty. A node must not
-    // be put below itself.
+    // the end of that. Nothing happens, and the empty node comes back, when either is empty and when this
+    // node is the child or lies below it.
     XMLNode addChild(XMLNode child, int pos = -1);
     // Appends an attribute (a second one of the same name too). The value may be null. A null name adds
     // nothing and answers null. The record answered stays where it is until attributes are added or deleted.
@@ -312,12 +313,15 @@ public:
     XMLNode deepCopy() const;
     // The node as XML text, to be freed with freeXMLString. Any nFormat but 0 indents with one tab a level,
     // if white space is dropped in parsing (else indentation would come back as texts); 0 is compact. `size`,
-    // if not null, receives the length in wchar_t without the NUL. Null and size 0 for the empty node, and
-    // when memory is exhausted.
+    // if not null, receives the length in wchar_t without the NUL. Null and size 0 for the empty node, when
+    // memory is exhausted and when the text would be longer than an int can tell.
     wchar_t* createXMLString(int nFormat = 1, int* size = nullptr) const;
-    // Writes the file anew as UTF-16 little-endian with its mark, and with an XML declaration unless the tree
-    // brings its own. `encoding` is ignored. 0 (also for the empty node, which writes nothing); 15 when the
-    // file cannot be opened for writing, 16 when it cannot be written.
+    // Writes the file anew as UTF-16 little-endian with its mark, and with an XML declaration unless the node
+    // is itself a declaration, or a nameless top node whose first child is one. `encoding` is ignored. 0
+    // (also for the empty node, which writes nothing); 15 when the file cannot be opened for writing (null
+    // too); 16 when it cannot be written or memory is exhausted. All is rendered before the file is opened:
+    // 15 and exhausted memory leave an old file whole. A write that fails leaves a file that is cut short:
+    // where the old one must survive a full disk, write another beside it and rename that.
     XMLError writeToFile(const wchar_t* fileName, const char* encoding = nullptr, char nFormat = 1) const;
 
 private:
@@ -379,7 +383,7 @@ MVLIB_API long xmltol(const wchar_t* text, long defaultValue = 0);
 MVLIB_API double xmltof(const wchar_t* text, double defaultValue = 0.0);
 
 // Replaces the five characters & < > " ' by their entities, into a buffer that the tool keeps. A result stays
-// valid until the next call, freeBuffer or the tool's end. Not copyable.
+// valid until the next call, freeBuffer or the tool's end. Not copyable; one thread at a time may use it.
 class MVLIB_API ToXMLStringTool {
 public:
     ToXMLStringTool() = default;
@@ -401,8 +405,9 @@ private:
 };
 
 // Base64 both ways. The member functions keep their result in a buffer of the tool, valid until the next
-// call, freeBuffer or the tool's end. Not copyable. `error` may be null everywhere; it receives 0 when all is
-// well.
+// call, freeBuffer or the tool's end. Not copyable; one thread at a time may use it. `error` may be null
+// everywhere; it receives 0 when all is well. A null text counts as empty, null bytes as none when their
+// number is 0.
 class MVLIB_API XMLParserBase64Tool {
 public:
     XMLParserBase64Tool() = default;

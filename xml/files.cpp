@@ -104,13 +104,12 @@ std::wstring ThroughCodePage(const std::wstring& text) {
     return shown;
 }
 
-bool WriteUnits(const wchar_t* units, std::size_t count, void* user) {
+bool WriteUnits(File& file, const wchar_t* units, std::size_t count) {
     constexpr std::size_t Step = 8192;
     unsigned char bytes[Step * 4];
-    File* file = static_cast<File*>(user);
     while (count) {
         std::size_t step = count < Step ? count : Step;
-        if (!file->Write(bytes, mvxml::Utf16FromText(units, step, bytes)))
+        if (!file.Write(bytes, mvxml::Utf16FromText(units, step, bytes)))
             return false;
         units += step;
         count -= step;
@@ -184,22 +183,21 @@ XMLNode XMLNode::openFileHelper(const wchar_t* fileName, const wchar_t* tag) {
 XMLError XMLNode::writeToFile(const wchar_t* fileName, const char*, char nFormat) const {
     if (!d)
         return XMLERROR_NONE;
-    File file(fileName, GENERIC_WRITE, CREATE_ALWAYS);
-    if (!file.IsOpen())
-        return XMLERROR_CANNOT_OPEN_FOR_WRITE;
+    // All is rendered before the file is opened, which empties it: without memory the old file stays whole.
+    mvxml::Output output;
     try {
-        mvxml::Output output(WriteUnits, &file);
         output.Put(static_cast<wchar_t>(0xFEFF));
         bool named = d->name && *d->name;
         bool declared = d->declaration() || (!named && d->childCount && (*mvxml::Children(d))->declaration());
         if (!declared)
             output.PutText(L"<?xml version=\"1.0\" encoding=\"utf-16\"?>\n");
         mvxml::Render(d, mvxml::RenderFormat(nFormat), output);
-        output.Flush();
-        if (output.Refused() || !file.Close())
-            return XMLERROR_CANNOT_WRITE;
     } catch (const mvxml::MemoryExhausted&) {
         return XMLERROR_CANNOT_WRITE;
     }
-    return XMLERROR_NONE;
+    File file(fileName, GENERIC_WRITE, CREATE_ALWAYS);
+    if (!file.IsOpen())
+        return XMLERROR_CANNOT_OPEN_FOR_WRITE;
+    bool written = WriteUnits(file, output.Written(), output.WrittenCount());
+    return file.Close() && written ? XMLERROR_NONE : XMLERROR_CANNOT_WRITE;
 }

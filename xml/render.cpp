@@ -12,26 +12,20 @@
 namespace mvxml {
 
 Output::~Output() {
-    std::free(m_start);
+    if (m_start)
+        GiveBlock(m_start, static_cast<std::size_t>(m_limit - m_start) * sizeof(wchar_t));
 }
 
 void Output::MakeRoom(wchar_t*& target) {
     constexpr std::size_t FirstRoom = 1024;
-    constexpr std::size_t SinkRoom = 16384;
     std::size_t used = static_cast<std::size_t>(target - m_start);
     std::size_t room = static_cast<std::size_t>(m_limit - m_start);
-    if (m_sink && m_start) {
-        if (!m_refused)
-            m_refused = !m_sink(m_start, used, m_user);
-        target = m_start;
-        return;
-    }
-    room = m_sink ? SinkRoom : room ? room * 2 : FirstRoom;
+    room = room ? room * 2 : FirstRoom;
     // A result longer than an int can tell is refused in the end; there is no use in making it.
     if (used > INT_MAX || room > SIZE_MAX / sizeof(wchar_t))
         throw MemoryExhausted();
     std::size_t bytes = room * sizeof(wchar_t);
-    void* kept = m_sink ? nullptr : TakeLargestKeptBlock(bytes, bytes);
+    void* kept = TakeLargestKeptBlock(bytes, bytes);
     wchar_t* grown = static_cast<wchar_t*>(kept ? kept : std::realloc(m_start, bytes));
     if (!grown)
         throw MemoryExhausted();
@@ -81,11 +75,6 @@ wchar_t* Output::Release(int& length) {
     }
     m_start = m_out = m_limit = nullptr;
     return result;
-}
-
-void Output::Flush() {
-    if (m_start)
-        MakeRoom(m_out);
 }
 
 int RenderFormat(int wanted) {
@@ -216,7 +205,7 @@ void Render(const Record* top, int format, Output& out) {
     Frame frame;
     if (Begin(top, format, out, frame))
         frames.Push(frame);
-    while (frames.Count() && !out.Refused()) {
+    while (frames.Count()) {
         Frame& current = frames.Top();
         const Record* d = current.d;
         Order order(d);

@@ -1,4 +1,4 @@
-// Writes a tree as text, into memory or piece by piece into a sink.
+// Writes a tree as text into memory.
 #pragma once
 
 #include "xml/record.h"
@@ -7,17 +7,10 @@
 
 namespace mvxml {
 
+// One block that grows.
 class Output {
 public:
-    // Takes the units written so far; false stops the rendering.
-    using Sink = bool (*)(const wchar_t* units, std::size_t count, void* user);
-
-    // In memory: one block from malloc that grows.
     Output() = default;
-    // Through a sink, in pieces.
-    Output(Sink sink, void* user)
-        : m_sink(sink)
-        , m_user(user) {}
     ~Output();
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
@@ -38,19 +31,15 @@ public:
     void PutText(const wchar_t* text);    // as it stands
     void PutEscaped(const wchar_t* text); // with entities
 
-    // Hands over what was written in memory, with a NUL behind it; null when it is too long for an int.
+    // What was written, without a NUL behind it.
+    const wchar_t* Written() const { return m_start; }
+    std::size_t WrittenCount() const { return static_cast<std::size_t>(m_out - m_start); }
+    // Hands it over as a string from malloc, with a NUL behind it; null when it is too long for an int.
     wchar_t* Release(int& length);
-    // Gives the sink what it has not seen yet.
-    void Flush();
-    // Whether the sink has refused something.
-    bool Refused() const { return m_refused; }
 
 private:
     void MakeRoom(wchar_t*& target);
 
-    Sink m_sink = nullptr;
-    void* m_user = nullptr;
-    bool m_refused = false;
     wchar_t* m_start = nullptr;
     wchar_t* m_out = nullptr;
     wchar_t* m_limit = nullptr;

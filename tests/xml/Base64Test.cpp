@@ -286,6 +286,18 @@ TEST_F(XmlBase64Test, TruncatedTextIsDecodedByTheTool) {
     EXPECT_NE(m_tool.decode(L"QQ==", nullptr, nullptr), nullptr);
 }
 
+TEST_F(XmlBase64Test, NothingIsEncodedAndDecodedAsNothing) {
+    EXPECT_STREQ(m_tool.encode(nullptr, 0), L"");
+    EXPECT_STREQ(m_tool.encode(nullptr, 0, 1), L"");
+    XMLError error = static_cast<XMLError>(-1);
+    EXPECT_EQ(XMLParserBase64Tool::decode(nullptr, nullptr, 0, &error), 2);
+    EXPECT_EQ(error, 0);
+    int length = -1;
+    EXPECT_EQ(m_tool.decode(nullptr, &length, &error), nullptr);
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(error, 0);
+}
+
 TEST_F(XmlBase64Test, BufferIsReused) {
     std::string large(10000, 'x');
     Encode(large);

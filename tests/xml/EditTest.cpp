@@ -100,6 +100,39 @@ TEST_F(XmlEditTest, StringsGivenToTheEmptyNodeAreFreed) {
     EXPECT_EQ(empty.updateClear_WOSD(&clear, nullptr), nullptr);
 }
 
+TEST_F(XmlEditTest, OwnedStringsThatFindNoPlaceAreFreed) {
+    // The leak checker sees what is not.
+    XMLNode node = ParseSound(L"<a x='1'/>");
+    EXPECT_TRUE(node.addChild_WOSD(nullptr).isEmpty());
+    EXPECT_EQ(node.addAttribute_WOSD(nullptr, Own(L"v")), nullptr);
+    EXPECT_EQ(node.updateAttribute_WOSD(Own(L"v"), nullptr, 9), nullptr);
+    EXPECT_EQ(node.updateAttribute_WOSD(Own(L"v"), nullptr, L"none"), nullptr);
+    XMLAttribute nameless = {nullptr, Own(L"v")};
+    EXPECT_EQ(node.updateAttribute_WOSD(&nameless, nullptr), nullptr);
+    EXPECT_EQ(node.updateText_WOSD(nullptr, 0), nullptr);
+    EXPECT_EQ(node.updateClear_WOSD(nullptr, 0), nullptr);
+    EXPECT_EQ(Indented(node), L"<a x=\"1\"/>\n");
+    // What was there before goes, too.
+    EXPECT_NE(node.updateAttribute_WOSD(Own(L"2"), Own(L"y"), 0), nullptr);
+    EXPECT_NE(node.updateAttribute_WOSD(Own(L"3"), Own(L"z"), L"Y"), nullptr);
+    EXPECT_NE(node.updateText_WOSD(Own(L"t"), 7), nullptr);
+    EXPECT_NE(node.updateText_WOSD(Own(L"u"), 0), nullptr);
+    EXPECT_NE(node.updateClear_WOSD(Own(L"c"), L"none"), nullptr);
+    EXPECT_NE(node.updateClear_WOSD(Own(L"d"), 0), nullptr);
+    EXPECT_EQ(Indented(node), L"<a z=\"3\">\n\tu\n\t<![CDATA[d]]>\n</a>\n");
+}
+
+TEST_F(XmlEditTest, ParentHoldsItsChildren) {
+    XMLNode top = XMLNode::createXMLTopNode(L"a");
+    {
+        XMLNode child = XMLNode::createXMLTopNode(L"b");
+        XMLNode added = top.addChild(child);
+        added.addText(L"the same record");
+        EXPECT_WSTREQ(child.getText(), L"the same record");
+    }
+    EXPECT_EQ(Indented(top), L"<a>\n\t<b>the same record</b>\n</a>\n");
+}
+
 TEST_F(XmlEditTest, OwnedStringsAreTakenAsTheyAre) {
     for (bool parsed : {false, true}) {
         XMLNode node = parsed ? ParseSound(L"<a k='v'>t<!--c--></a>") : XMLNode::createXMLTopNode(L"a");

@@ -93,6 +93,11 @@ TEST_F(XmlFilesTest, EightBitTextInTheSystemsCodePage) {
     EXPECT_EQ(Load("<a>caf\xE9 plain</a>"), L"0 0:0 <a>caf\u00E9 plain</a>");
 }
 
+TEST_F(XmlFilesTest, Utf8MarkIsSkippedWhateverTheEncoding) {
+    XMLNode::setGlobalOptions(XMLNode::encoding_ANSI);
+    EXPECT_EQ(Load(Utf8Mark + "<a>caf\xE9</a>"), L"0 0:0 <a>caf\u00E9</a>");
+}
+
 TEST_F(XmlFilesTest, Utf16WithAndWithoutItsMark) {
     std::wstring text = L"<?xml version=\"1.0\"?><a b=\"caf\u00E9\">\u20AC</a>";
     EXPECT_EQ(Load(Utf16Mark + Utf16(text)), L"0 0:0 " + text);
@@ -195,6 +200,9 @@ TEST_F(XmlFilesTest, TreeWithItsOwnDeclarationGetsNoOther) {
     top.addChild(L"xml", 1).addAttribute(L"version", L"1.1");
     top.addChild(L"r");
     EXPECT_EQ(Save(top), Utf16Mark + Wide("<?xml version=\"1.1\"?><r/>"));
+    // What counts is the first child, not the first element.
+    EXPECT_EQ(Save(ParseSound(L"<!--c--><?xml version='1.0'?><r/>")),
+              Utf16Mark + Wide("<!--c--><?xml version=\"1.0\"?><r/>"));
 }
 
 TEST_F(XmlFilesTest, OtherTopsGetADeclaration) {

@@ -52,6 +52,36 @@ TEST_F(XmlMemoryTest, Error3WhenAFileRunsOutOfMemory) {
     }
 }
 
+TEST_F(XmlMemoryTest, FileIsWrittenWholeOrLeftAlone) {
+    TempFolder folder;
+    std::wstring text;
+    for (int i = 0; i < 300; ++i) // deeper than the writer's stack is at first
+        text += L"<a>long enough for several pieces";
+    XMLNode node = Parse(text);
+    for (const char* old : {"", "old content"}) {
+        std::wstring name = folder.Path(L"out.xml");
+        int written = 0;
+        int failures = FailEachAllocation([&] {
+            std::filesystem::remove(folder.Root() / "out.xml");
+            if (*old)
+                folder.Write(L"out.xml", old);
+            XMLError error = node.writeToFile(name.c_str());
+            written += error == XMLERROR_NONE;
+            if (error == XMLERROR_NONE) {
+                EXPECT_GT(folder.Read(L"out.xml").size(), text.size());
+            } else if (*old) {
+                EXPECT_EQ(folder.Read(L"out.xml"), old) << error;
+            } else {
+                // Opening a file needs memory, too.
+                EXPECT_TRUE(error == XMLERROR_CANNOT_WRITE || error == XMLERROR_CANNOT_OPEN_FOR_WRITE);
+                EXPECT_FALSE(folder.Exists(L"out.xml"));
+            }
+        });
+        EXPECT_GT(failures, 2);
+        EXPECT_GE(written, 1);
+    }
+}
+
 TEST_F(XmlMemoryTest, RenderingAndCopyingAnswerNothing) {
     XMLNode node = ParseSound(Large(300));
     std::wstring whole = Compact(node);

@@ -1,5 +1,7 @@
 #include "XmlTest.h"
 
+#include "layout.h"
+
 #include <utility>
 
 namespace {
@@ -175,6 +177,43 @@ TEST_F(XmlNodeTest, ContentsComeInOneRow) {
     EXPECT_EQ(node.positionOfChildNode(0), 1);
     EXPECT_EQ(node.positionOfClear(0), 2);
     EXPECT_EQ(node.positionOfText(1), 3);
+}
+
+// ---- Records ----
+
+TEST_F(XmlNodeTest, RecordsHoldTheirFieldsInOrder) {
+    XMLResults results = {XMLERROR_NONE, 1, 2};
+    auto& [error, line, column] = results;
+    EXPECT_EQ(&error, &results.error);
+    EXPECT_EQ(&line, &results.line);
+    EXPECT_EQ(&column, &results.column);
+    XMLAttribute attribute = {L"n", L"v"};
+    EXPECT_EQ(Offset(attribute, attribute.value), static_cast<std::ptrdiff_t>(sizeof(void*)));
+    XMLClear clear = {L"v", L"o", L"c"};
+    EXPECT_EQ(Offset(clear, clear.opener), static_cast<std::ptrdiff_t>(sizeof(void*)));
+    EXPECT_EQ(Offset(clear, clear.closer), static_cast<std::ptrdiff_t>(2 * sizeof(void*)));
+    XMLNodeContents contents = {XMLELEMENT_NONE, XMLNode(), attribute, L"t", clear};
+    const std::ptrdiff_t word = sizeof(void*);
+    EXPECT_EQ(Offset(contents, contents.type), 0);
+    EXPECT_EQ(Offset(contents, contents.child), word);
+    EXPECT_EQ(Offset(contents, contents.attribute), 2 * word);
+    EXPECT_EQ(Offset(contents, contents.text), 4 * word);
+    EXPECT_EQ(Offset(contents, contents.clear), 5 * word);
+}
+
+TEST_F(XmlNodeTest, SizesOfTheRecords) {
+    const auto size = [](std::size_t windows, std::size_t native) {
+        return WINDOWS_LAYOUT ? windows : native;
+    };
+    EXPECT_EQ(sizeof(XMLNode), size(4, 8));
+    EXPECT_EQ(sizeof(XMLError), 4u);
+    EXPECT_EQ(sizeof(XMLElementType), 4u);
+    EXPECT_EQ(sizeof(XMLResults), 12u);
+    EXPECT_EQ(sizeof(XMLAttribute), size(8, 16));
+    EXPECT_EQ(sizeof(XMLClear), size(12, 24));
+    EXPECT_EQ(sizeof(XMLNodeContents), size(32, 64));
+    EXPECT_EQ(sizeof(ToXMLStringTool), size(8, 16));
+    EXPECT_EQ(sizeof(XMLParserBase64Tool), size(8, 16));
 }
 
 // ---- Handles ----
