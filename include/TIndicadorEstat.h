@@ -205,6 +205,8 @@ protected:
     unsigned long m_dwUserData;
 
 private:
+    friend class MvSliceWalk; // the library's own walks
+
     bool running() const { return m_vistaContinuar.SurelySignalled(m_evContinuar.m_hObject); }
     void startTimerCell();
 

@@ -1,5 +1,7 @@
 #include "TCrossList.h"
 
+#include "status/SliceWalk.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -615,14 +617,14 @@ int TCrossList::Process(VISITANT pfnVisita, int nFlags, long lUser, TIndicadorEs
     const int count = m_nCount;
     const bool down = (nFlags & 1) != 0;
     int result = 0;
+    MvSliceWalk slices(pIE, count);
     TCrossNode* node = GetFirst();
     for (int visited = 0; node && visited < count; ++visited) {
-        if (!TIndicadorEstat::SetRangPosicioRel(pIE, static_cast<unsigned int>(visited),
-                                                static_cast<unsigned int>(count))) {
+        if (!slices.Enter(visited)) {
             return kCancelled;
         }
         result = pfnVisita(node->GetItem(), down ? count - 1 - visited : visited, lUser);
-        if (!TIndicadorEstat::PopRangRel(pIE)) {
+        if (!slices.Leave()) {
             return kCancelled;
         }
         node = GetNext(node);

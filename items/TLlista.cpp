@@ -1,6 +1,7 @@
 #include "TLlista.h"
 
 #include "items/Demolition.h"
+#include "status/SliceWalk.h"
 
 #include <algorithm>
 #include <bit>
@@ -53,6 +54,30 @@ bool IsPlainList(const TItem* item) {
     const std::type_info* type = &typeid(*item);
     return type == &typeid(TLlista) || type == &typeid(TLlistaOrdenada) || type == &typeid(TLlistaCircular) ||
            type == &typeid(TPila) || type == &typeid(TPilaLimitada);
+}
+
+// The first of the entries that `item` does not go behind; the end when there is none.
+[[gnu::noinline]] TItem** FirstNotBefore(const TItem* item, TItem** first, TItem** end, PFN_COMPARARITEMS cmp,
+                                         long lUser) {
+    while (first != end && cmp(item, *first, lUser) > 0)
+        ++first;
+    return first;
+}
+
+// Visits the entries `0` to `count - 1`, each in its slice of the indicator's range.
+template <class Visit>
+[[gnu::noinline]] int VisitReporting(TIndicadorEstat* indicator, int count, bool backwards, Visit visit) {
+    MvSliceWalk slices(indicator, count);
+    int result = 0;
+    for (int visited = 0; visited < count && result >= 0; ++visited) {
+        // A range that was pushed in vain is not popped.
+        if (!slices.Enter(visited))
+            return CANCELLED;
+        result = visit(backwards ? count - 1 - visited : visited);
+        if (!slices.Leave())
+            return CANCELLED;
+    }
+    return result;
 }
 
 struct Freer {
@@ -193,12 +218,11 @@ int TLlista::Ordenar(PFN_COMPARARITEMS cmp, long lUser, TIndicadorEstat* pIE) {
     TItem** const placed = order.get();
     for (int done = 0; done < count; ++done) {
         TItem* const item = m_ppItems[count - 1 - done];
-        int pos = 0;
-        while (pos < done && cmp(item, placed[pos], lUser) > 0)
-            ++pos;
-        std::memmove(placed + pos + 1, placed + pos, static_cast<std::size_t>(done - pos) * sizeof(TItem*));
-        placed[pos] = item;
-        if (TIndicadorEstat::MostrarEstatRel(pIE, static_cast<double>(done + 1) / count) == 0)
+        TItem** const end = placed + done;
+        TItem** const place = FirstNotBefore(item, placed, end, cmp, lUser);
+        std::memmove(place + 1, place, static_cast<std::size_t>(end - place) * sizeof(TItem*));
+        *place = item;
+        if (pIE != nullptr && pIE->MostrarEstatRel(static_cast<double>(done + 1) / count) == 0)
             return CANCELLED;
     }
     std::memcpy(m_ppItems, placed, bytes);
@@ -324,18 +348,16 @@ int TLlista::Previ() {
 int TLlista::Recorrer(PFN_VISITARITEM fn, int nFlags, long lUser, TIndicadorEstat* pIE) const {
     const int count = m_nElements;
     const bool backwards = (nFlags & 1) != 0;
+    const auto visit = [=, this](int i) { return fn(i < m_nElements ? m_ppItems[i] : nullptr, i, lUser); };
+    if (pIE != nullptr)
+        return VisitReporting(pIE, count, backwards, visit);
     int result = 0;
-    for (int visited = 0; visited < count; ++visited) {
-        const int i = backwards ? count - 1 - visited : visited;
-        // A range that was pushed in vain is not popped.
-        if (TIndicadorEstat::SetRangPosicioRel(pIE, static_cast<unsigned int>(visited),
-                                               static_cast<unsigned int>(count)) == 0)
-            return CANCELLED;
-        result = fn(i < m_nElements ? m_ppItems[i] : nullptr, i, lUser);
-        if (TIndicadorEstat::PopRangRel(pIE) == 0)
-            return CANCELLED;
-        if (result < 0)
-            return result;
+    if (backwards) {
+        for (int i = count; i-- > 0 && result >= 0;)
+            result = visit(i);
+    } else {
+        for (int i = 0; i < count && result >= 0; ++i)
+            result = visit(i);
     }
     return result;
 }
@@ -407,11 +429,51 @@ TItem* TLlista::extreure() {
     return item;
 }
 
+namespace {
+
+template <class Compare>
+inline int SearchHalves(TItem** const& slots, int lo, int hi, int& pos, Compare compare) {
+    while (hi > lo) {
+        const int mid = static_cast<int>((static_cast<unsigned int>(lo) + static_cast<unsigned int>(hi)) / 2);
+        const int order = compare(slots[mid]);
+        if (order < 0) {
+            hi = mid;
+        } else if (order > 0) {
+            lo = mid + 1;
+        } else {
+            pos = mid;
+            return 1;
+        }
+    }
+    const int order = compare(slots[lo]);
+    pos = order > 0 ? lo + 1 : lo;
+    return order == 0 ? 1 : 0;
+}
+
+// Where `p` is, or goes, among the entries `lo` to `hi`. The address of the slots is read anew at every step,
+// since a comparison may reach their list. Null sorts before everything.
+inline int Search(const TItem* p, TItem** const& slots, int lo, int hi, int& pos) {
+    if (p == nullptr)
+        return SearchHalves(slots, lo, hi, pos, [](const TItem* entry) { return entry != nullptr ? -1 : 0; });
+    return SearchHalves(slots, lo, hi, pos,
+                        [p](const TItem* entry) { return entry != nullptr ? p->Comparar(entry) : 1; });
+}
+
+// The same for a whole list of `count` entries, which may be empty.
+inline int Search(const TItem* p, TItem** const& slots, int count, int& pos) {
+    if (count > 0)
+        return Search(p, slots, 0, count - 1, pos);
+    pos = 0;
+    return 0;
+}
+
+} // namespace
+
 TLlistaOrdenada::~TLlistaOrdenada() = default;
 
 int TLlistaOrdenada::Afegir(TItem* p) {
     int pos;
-    if (BuscarPosicio(p, pos) == 0 || m_bRepetits != 0)
+    if (Search(p, m_ppItems, m_nElements, pos) == 0 || m_bRepetits != 0)
         return TLlista::Insertar(p, pos);
     TItem* old = TLlista::Canviar(p, pos);
     // The item may have been in the list already.
@@ -421,39 +483,16 @@ int TLlistaOrdenada::Afegir(TItem* p) {
 }
 
 int TLlistaOrdenada::BuscarPosicio(const TItem* p, int& pos) const {
-    if (m_nElements <= 0) {
-        pos = 0;
-        return 0;
-    }
-    return BusquedaDic(p, 0, m_nElements - 1, pos);
+    return Search(p, m_ppItems, m_nElements, pos);
 }
 
 int TLlistaOrdenada::BuscarItem(const TItem* p) const {
     int pos;
-    return BuscarPosicio(p, pos) != 0 ? pos : -1;
+    return Search(p, m_ppItems, m_nElements, pos) != 0 ? pos : -1;
 }
 
 int TLlistaOrdenada::BusquedaDic(const TItem* p, int lo, int hi, int& pos) const {
-    const auto compare = [p](const TItem* entry) {
-        if (p == nullptr || entry == nullptr)
-            return (p != nullptr) - (entry != nullptr);
-        return p->Comparar(entry);
-    };
-    while (hi > lo) {
-        const int mid = static_cast<int>((static_cast<std::int64_t>(lo) + hi) / 2);
-        const int order = compare(m_ppItems[mid]);
-        if (order == 0) {
-            pos = mid;
-            return 1;
-        }
-        if (order < 0)
-            hi = mid;
-        else
-            lo = mid + 1;
-    }
-    const int order = compare(m_ppItems[lo]);
-    pos = order > 0 ? lo + 1 : lo;
-    return order == 0 ? 1 : 0;
+    return Search(p, m_ppItems, lo, hi, pos);
 }
 
 TLlistaCircular::~TLlistaCircular() = default;
