@@ -10,11 +10,10 @@
 #include <random>
 #include <vector>
 
+#include "list_peers.h"
 #include "sink.h"
 #include "TIndicadorEstat.h"
 #include "TLlista.h"
-
-namespace {
 
 // What the peers hold: a polymorphic value of one's own, allocated as usual.
 class Plain {
@@ -34,6 +33,8 @@ __attribute__((noinline)) int Plain::Compare(const Plain* other) const {
     return m_value - other->m_value;
 }
 
+namespace {
+
 // A client's item, allocated as usual: what a list costs without the pools.
 class ClientItem : public TItem {
 public:
@@ -44,9 +45,6 @@ public:
 private:
     int m_value;
 };
-
-using Vector = std::vector<std::unique_ptr<Plain>>;
-using Deque = std::deque<std::unique_ptr<Plain>>;
 
 void DeletePlain(gpointer item) {
     delete static_cast<Plain*>(item);
@@ -284,15 +282,9 @@ void VisitOurs(benchmark::State& state) {
 template <class Container, Container Filled::*MEMBER>
 void VisitPeer(benchmark::State& state) {
     const Container& list = FilledWith(Count(state)).*MEMBER;
-    int (*visitor)(Plain*, int, long) = &AddPlain;
-    Keep(visitor);
-    asm volatile("" : "+r"(visitor));
     for (auto _ : state) {
         unsigned sum = 0;
-        int i = 0;
-        for (const auto& item : list)
-            if (visitor(item.get(), i++, reinterpret_cast<long>(&sum)) < 0)
-                break;
+        VisitAll(list, &AddPlain, reinterpret_cast<long>(&sum));
         Keep(sum);
     }
     Rate(state);
@@ -347,19 +339,10 @@ void SortOurs(benchmark::State& state) {
 void SortWrittenOut(benchmark::State& state) {
     const auto items = MakeItems<Plain>(Count(state));
     std::vector<Plain*> list(items.size());
-    int (*compare)(const Plain*, const Plain*, long) = &ComparePlain;
-    asm volatile("" : "+r"(compare));
     for (auto _ : state) {
         for (std::size_t i = 0; i < items.size(); ++i)
             list[i] = items[i].get();
-        std::vector<Plain*> placed;
-        for (std::size_t i = list.size(); i-- > 0;) {
-            std::size_t pos = 0;
-            while (pos < placed.size() && compare(list[i], placed[pos], 0) > 0)
-                ++pos;
-            placed.insert(placed.begin() + static_cast<std::ptrdiff_t>(pos), list[i]);
-        }
-        std::copy(placed.begin(), placed.end(), list.begin());
+        InsertionSort(list, &ComparePlain, 0);
         Keep(list);
     }
     Rate(state);
