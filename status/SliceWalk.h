@@ -14,8 +14,8 @@ public:
     MvSliceWalk(TIndicadorEstat* indicator, int count)
         : m_indicator(indicator)
         , m_count(static_cast<unsigned int>(count))
-        , m_unwatched(indicator && !indicator->m_pfnCallback && typeid(*indicator) == typeid(TIndicadorEstat)) {
-    }
+        , m_unwatched(indicator && !indicator->m_pfnCallback &&
+                      typeid(*indicator) == typeid(TIndicadorEstat)) {}
     MvSliceWalk(const MvSliceWalk&) = delete;
     MvSliceWalk& operator=(const MvSliceWalk&) = delete;
     ~MvSliceWalk() {

@@ -60,7 +60,8 @@ Numbers Log(TIndicadorEstat& indicator, int flags, const Visit& visit) {
     return visiting.log;
 }
 
-void ExpectSameWay(const Visit& visit, const std::function<void(TIndicadorEstat&)>& prepare = [](auto&) {}) {
+void ExpectSameWay(
+    const Visit& visit, const std::function<void(TIndicadorEstat&)>& prepare = [](auto&) {}) {
     for (int flags : {0, 1}) {
         TIndicadorEstat plain;
         prepare(plain);
