@@ -127,9 +127,9 @@ bool Link::flush() {
 }
 
 Link::Received Link::receive(Message& message) {
-    std::vector<std::uint8_t> packet(sizeof(Header) + largestPart);
+    std::uint8_t packet[sizeof(Header) + largestPart];
     for (bool reset = false;;) {
-        const ssize_t got = ::recv(m_socket, packet.data(), packet.size(), MSG_DONTWAIT);
+        const ssize_t got = ::recv(m_socket, packet, sizeof packet, MSG_DONTWAIT);
         if (got < 0) {
             if (errno == EINTR)
                 continue;
@@ -141,7 +141,7 @@ Link::Received Link::receive(Message& message) {
         Header header;
         if (static_cast<std::size_t>(got) < sizeof header)
             return Received::End;
-        std::memcpy(&header, packet.data(), sizeof header);
+        std::memcpy(&header, packet, sizeof header);
         const auto type = static_cast<Type>(header.type);
         if (header.signature != signature || header.more > 1)
             return Received::End;
@@ -153,7 +153,7 @@ Link::Received Link::receive(Message& message) {
         // Only the last part may be shorter: a message has a bounded number of packets.
         if (part > longestBody - m_partial.body.size() || (header.more != 0 && part != largestPart))
             return Received::End;
-        m_partial.putRest(packet.data() + sizeof header, part);
+        m_partial.putRest(packet + sizeof header, part);
         m_inside = header.more != 0;
         if (!m_inside) {
             message = std::exchange(m_partial, {});
