@@ -200,7 +200,6 @@ MVAFX_API void DDX_Check(CDataExchange* pDX, int nIDC, int& value);
 MVAFX_API void DDX_Control(CDataExchange* pDX, int nIDC, CWnd& rControl);
 
 // ---- Controls
-// -----------------------------------------------------------------------------------------------
 
 class MVAFX_API CStatic : public CWnd {
     DECLARE_DYNAMIC(CStatic)

@@ -6,13 +6,22 @@
 #include <cmath>
 #include <cstring>
 #include <cwchar>
+#include <initializer_list>
+#include <memory>
 #include <string>
 #include <thread>
 #include <type_traits>
 
+#include "afx.h"
+#include "CFileMapping.h"
 #include "TArbre.h"
+#include "TBlocOpcions.h"
+#include "TCrossList.h"
+#include "temp_folder.h"
+#include "THash.h"
 #include "TLlista.h"
 #include "TTaula.h"
+#include "win32.h"
 
 namespace {
 
@@ -119,8 +128,21 @@ TEST(TItem, NoItemHasAStreamFormat) {
     TItemString text(L"x");
     TLlista list;
     TPilaLimitada stack(1);
-    for (TItem* each : {&item, static_cast<TItem*>(&number), static_cast<TItem*>(&text),
-                        static_cast<TItem*>(&list), static_cast<TItem*>(&stack)}) {
+    TBool truth;
+    TChar character;
+    TFloat single;
+    TDouble real;
+    TLlistaOrdenada ordered;
+    TLlistaCircular ring;
+    TArbre tree(nullptr, 0);
+    TTaulaBool table;
+    THash hash;
+    TCrossList cross;
+    TCircularCrossList crossRing;
+    TBlocOpcions block;
+    for (TItem* each :
+         std::initializer_list<TItem*>{&item, &number, &text, &list, &stack, &truth, &character, &single, &real,
+                                       &ordered, &ring, &tree, &table, &hash, &cross, &crossRing, &block}) {
         EXPECT_EQ(each->Guardar(nullptr), -2);
         EXPECT_EQ(each->Llegir(nullptr), -2);
     }
@@ -141,6 +163,13 @@ TEST(TItem, RecordsAreAsClientsKnowThem) {
     ExpectRecord(TPila::m_rttiTPila, &TLlista::m_rttiTLlista, "TPila", 5, sizeof(TPila));
     ExpectRecord(TTaula::m_rttiTTaula, item, "TTaula", 6, sizeof(TTaula));
     ExpectRecord(TArbre::m_rttiTArbre, item, "TArbre", 7, sizeof(TArbre));
+    ExpectRecord(THash::m_rttiTHash, item, "THash", 1, sizeof(THash));
+    ExpectRecord(THashItem::m_rttiTHashItem, item, "THashItem", 20, sizeof(THashItem));
+    // Kept: the cross list has the circular list's id, and the ring is not derived from it.
+    ExpectRecord(TCrossList::m_rttiTCrossList, item, "TCrossList", 8, sizeof(TCrossList));
+    ExpectRecord(TCircularCrossList::m_rttiTCircularCrossList, item, "TCircularCrossList", 9,
+                 sizeof(TCircularCrossList));
+    ExpectRecord(TBlocOpcions::m_rttiTBlocOpcions, item, "TBlocOpcions", 13000, sizeof(TBlocOpcions));
 }
 
 TEST(TItem, EveryClassAnswersWithItsRecord) {
@@ -155,6 +184,10 @@ TEST(TItem, EveryClassAnswersWithItsRecord) {
     EXPECT_EQ(TPila().QueSoc(), 5);
     EXPECT_EQ(TTaula().QueSoc(), 6);
     EXPECT_EQ(TArbre(nullptr, 0).QueSoc(), 7);
+    EXPECT_EQ(THash().QueSoc(), 1);
+    EXPECT_EQ(TCrossList().QueSoc(), 8);
+    EXPECT_EQ(TCircularCrossList().QueSoc(), 9);
+    EXPECT_EQ(TBlocOpcions().QueSoc(), 13000);
 }
 
 TEST(TItem, ClassesWithoutARecordAnswerWithTheirBases) {
@@ -212,9 +245,21 @@ TEST(CMirvaRTTI, RecordsWithOneIdPassForEachOther) {
     EXPECT_EQ(ItemWithRecord(&twin).EsTipus(&TLlista::m_rttiTLlista), 0);
 }
 
-TEST(TItem, ClassNameIsConvertedFromTheCodePage) {
-    const CMirvaRTTI record(nullptr, "Llen\x41ol", 1, 1, nullptr);
-    EXPECT_STREQ(ItemWithRecord(&record).GetNomClasse(), L"LlenAol");
+// Kept: both have the id 8.
+TEST(CMirvaRTTI, CircularListsAndCrossListsPassForEachOther) {
+    EXPECT_EQ(TLlistaCircular().EsTipus(&TCrossList::m_rttiTCrossList), 1);
+    EXPECT_EQ(TCrossList().EsTipus(&TLlistaCircular::m_rttiTLlistaCircular), 1);
+    EXPECT_EQ(TCrossList().EsTipus(&TLlista::m_rttiTLlista), 0);
+    EXPECT_EQ(TCircularCrossList().EsTipus(&TCrossList::m_rttiTCrossList), 0);
+    TCrossList list;
+    EXPECT_EQ(AfxTestClasseItem(&list, &TLlistaCircular::m_rttiTLlistaCircular), &list);
+}
+
+TEST(TItem, ClassNameIsConvertedFromTheThreadsCodePage) {
+    const CMirvaRTTI record(nullptr, "Llen\xE7ol", 1, 1, nullptr);
+    wchar_t expected[16] = L"";
+    ASSERT_NE(MultiByteToWideChar(CP_THREAD_ACP, 0, record.m_szNom, -1, expected, 16), 0);
+    EXPECT_STREQ(ItemWithRecord(&record).GetNomClasse(), expected);
     const CMirvaRTTI empty(nullptr, "", 1, 1, nullptr);
     EXPECT_STREQ(ItemWithRecord(&empty).GetNomClasse(), L"");
 }
@@ -268,6 +313,37 @@ TEST(AfxItemValid, IsOneForAClassWithTheIdItLooksFor) {
 
 TEST(AfxItemValid, NullIsNotValid) {
     EXPECT_EQ(AfxItemValid(nullptr), 0);
+}
+
+TEST(AfxItemValid, AddressThatCannotBeReadIsNotValid) {
+    EXPECT_EQ(AfxItemValid(reinterpret_cast<const TItem*>(static_cast<UINT_PTR>(64))), 0);
+}
+
+TEST(AfxItemValid, ItemWhoseTableCannotBeReadIsNotValid) {
+    const void* item[4] = {reinterpret_cast<const void*>(static_cast<UINT_PTR>(64))};
+    EXPECT_EQ(AfxItemValid(reinterpret_cast<const TItem*>(item)), 0);
+}
+
+// The bytes of a sound item in memory that is read-only, and in memory that is not.
+TEST(AfxItemValid, ItemThatCannotBeWrittenIsNotValid) {
+    const KnownItem item;
+    const TempFolder folder;
+    const std::string bytes(reinterpret_cast<const char*>(&item), sizeof item);
+    CFile file(folder.Write(L"item.bin", bytes).c_str(), CFile::modeRead);
+    CFileMapping mapping(file.m_hFile);
+    CMapViewOfFile view(&mapping);
+    ASSERT_EQ(mapping.Open(PAGE_WRITECOPY, 0, nullptr), 1);
+    ASSERT_EQ(view.Open(0, sizeof item, FILE_MAP_COPY), 1);
+    EXPECT_EQ(AfxItemValid(reinterpret_cast<const TItem*>(view.m_pDades)), 1);
+    ASSERT_EQ(view.Open(0, sizeof item, FILE_MAP_READ), 1);
+    EXPECT_EQ(AfxItemValid(reinterpret_cast<const TItem*>(view.m_pDades)), 0);
+}
+
+TEST(AfxItemValid, ItemThatIsSmallerThanItsRecordSaysIsNotValid) {
+    const CMirvaRTTI sound(nullptr, "Sound", 2000, sizeof(ItemWithRecord), nullptr);
+    EXPECT_EQ(AfxItemValid(std::make_unique<ItemWithRecord>(&sound).get()), 1);
+    const CMirvaRTTI greedy(nullptr, "Greedy", 2000, 0xFFFFFFFF, nullptr);
+    EXPECT_EQ(AfxItemValid(std::make_unique<ItemWithRecord>(&greedy).get()), 0);
 }
 
 TEST(TInt, HoldsAnInteger) {

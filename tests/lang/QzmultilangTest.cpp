@@ -193,7 +193,6 @@ TEST_F(QzmultilangTest, WhatMarksAProgramOrLibraryIsNoPartOfItsName) {
 }
 
 // ---- The whole library with a Lang.ini beside it
-// -------------------------------------------------------------
 
 namespace {
 

@@ -72,7 +72,6 @@ TEST(CLastErrorTest, UnknownErrorHasNoText) {
 }
 
 // ---- CStringLastError
-// ----------------------------------------------------------------------------------------
 
 TEST(CStringLastErrorTest, HoldsTheSystemsTextOfTheArgument) {
     const CStringLastError error(5);
@@ -138,7 +137,6 @@ TEST(AfxGetMsgErrorSistemaTest, IsTheSystemsText) {
 }
 
 // ---- REPORT_SYSTEM_ERROR
-// -------------------------------------------------------------------------------------
 
 TEST(ReportSystemErrorTest, WithoutAnErrorNothingIsShown) {
     MessageCapture boxes;
@@ -174,7 +172,6 @@ TEST(ReportSystemErrorTest, ErrorWithoutATextIsShownByItsNumber) {
 }
 
 // ---- AfxFormatDebugString
-// ------------------------------------------------------------------------------------
 
 TEST(AfxFormatDebugStringTest, SendsTheFormattedText) {
     DebugCapture output;

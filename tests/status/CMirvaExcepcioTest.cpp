@@ -151,7 +151,6 @@ TEST_F(CMirvaExcepcioTest, IsKnownToTheFrameworkByItsClass) {
 }
 
 // ---- Throwing: the objects are made in the library and caught in this program
-// --------------------------------
 
 TEST_F(CMirvaExcepcioTest, ThrownObjectIsCaughtByItsClassAndByItsBase) {
     const Caught e = Catch([] { AfxThrowMirvaExcepcio(9, L"m", L"M"); });
@@ -202,7 +201,6 @@ TEST_F(CMirvaExcepcioTest, ThrowingWithoutMemoryThrowsTheMemoryExceptionInstead)
 }
 
 // ---- Dump
-// ----------------------------------------------------------------------------------------------------
 
 TEST_F(CMirvaExcepcioTest, DumpWritesModuleAndMessageWithoutABlank) {
     const Caught e = Make(7, L"x", L"M");

@@ -116,7 +116,6 @@ TEST_F(TIndicadorEstatTest, StartsRunningAtZeroWithTheWholeRange) {
 }
 
 // ---- Message
-// -------------------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, MessageIsReplaced) {
     indicator.SetMissatge(L"first");
@@ -170,7 +169,6 @@ TEST_F(TIndicadorEstatTest, FormatFromAMissingResourceIsTheEmptyMessage) {
 }
 
 // ---- Position
-// ------------------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, EveryPositionReachesTheCallback) {
     TIndicadorEstat ie(Record, 0xFFFFFFFFul);
@@ -198,7 +196,6 @@ TEST_F(TIndicadorEstatTest, CallbackThatCancelsStopsThatVeryReport) {
 }
 
 // ---- Ranges
-// --------------------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, NestedRangesMultiply) {
     EXPECT_EQ(indicator.SetRangPosicioRel(2, 4), 1);
@@ -343,7 +340,6 @@ TEST_F(TIndicadorEstatTest, RangeIsAPlainValue) {
 }
 
 // ---- Cancel and Init
-// -----------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, CancelIsSeenByEveryReportUntilInit) {
     indicator.Cancelar();
@@ -401,7 +397,6 @@ TEST_F(TIndicadorEstatTest, InitShowsZeroBeforeItClearsTheCancel) {
 }
 
 // ---- Pause on one thread (see TIndicadorEstatThreadsTest.cpp)
-// -----------------------------------------------
 
 TEST_F(TIndicadorEstatTest, PauseIsASwitch) {
     indicator.Pausa();
@@ -430,7 +425,6 @@ TEST_F(TIndicadorEstatTest, WaitThatCannotBeDoneAnswersOneAndTheReportGoesOn) {
 }
 
 // ---- Timer
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, TimerCountsFromItsStart) {
     indicator.ActivarTimer();
@@ -468,7 +462,6 @@ TEST_F(TIndicadorEstatTest, InitRestartsAnEnabledTimerOnly) {
 }
 
 // ---- Message boxes
-// -------------------------------------------------------------------------------------------
 
 TEST_F(TIndicadorEstatTest, ReportShowsTheKindsIcon) {
     struct {
@@ -532,7 +525,6 @@ TEST_F(TIndicadorEstatTest, ReportedResourceIsTakenInTheCurrentLanguage) {
 }
 
 // ---- CSetSubRangIE
-// -------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -642,7 +634,6 @@ TEST_F(TIndicadorEstatTest, PopOnAnIndicatorEmptiedMeanwhileShowsNothing) {
 }
 
 // ---- Failures
-// ------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -80,7 +80,6 @@ TEST_F(IdiomaTest, ExampleUsage) {
 }
 
 // ---- Current language
-// ----------------------------------------------------------------------------------------
 
 TEST_F(IdiomaTest, FirstLanguageIsTheUsersDefault) {
     EXPECT_EQ(AfxGetLanguage(), 0x0400);
@@ -120,7 +119,6 @@ TEST_F(IdiomaTest, CurrentLanguageChoosesAmongTheModulesOfTheChain) {
 }
 
 // ---- Search
-// --------------------------------------------------------------------------------------------------
 
 TEST_F(IdiomaTest, GivenModuleIsSearchedAloneAndInSilence) {
     Loaded one(L"test_ui_one");
@@ -251,7 +249,6 @@ TEST_F(IdiomaTest, ThreadsSearchTheChainAtOnce) {
 }
 
 // ---- What a module says about its language
-// -------------------------------------------------------------------
 
 TEST_F(IdiomaTest, ModuleDescribesItsLanguage) {
     Loaded one(L"test_ui_one");
@@ -286,7 +283,6 @@ TEST_F(IdiomaTest, ModuleThatDoesNotSayIsLanguageOneWithoutNameAndKey) {
 }
 
 // ---- Resource chain
-// ------------------------------------------------------------------------------------------
 
 TEST_F(IdiomaTest, ExtensionModuleIsLinkedOnce) {
     Loaded one(L"test_ui_one");
