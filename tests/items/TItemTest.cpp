@@ -140,9 +140,9 @@ TEST(TItem, NoItemHasAStreamFormat) {
     TCrossList cross;
     TCircularCrossList crossRing;
     TBlocOpcions block;
-    for (TItem* each :
-         std::initializer_list<TItem*>{&item, &number, &text, &list, &stack, &truth, &character, &single, &real,
-                                       &ordered, &ring, &tree, &table, &hash, &cross, &crossRing, &block}) {
+    for (TItem* each : std::initializer_list<TItem*>{&item, &number, &text, &list, &stack, &truth, &character,
+                                                     &single, &real, &ordered, &ring, &tree, &table, &hash,
+                                                     &cross, &crossRing, &block}) {
         EXPECT_EQ(each->Guardar(nullptr), -2);
         EXPECT_EQ(each->Llegir(nullptr), -2);
     }

@@ -98,6 +98,36 @@ TEST_F(RecHostile, AFileCutAnywhereIsRefused) {
     }
 }
 
+// The same through the program: in the file header, at every record's end and in the record behind it.
+TEST_F(RecHostile, CommandsRefuseACutFileAndExtractLeavesNothing) {
+    RecordBytes file;
+    std::set<std::size_t> lengths = {0, 17};
+    const auto mark = [&] { lengths.insert({file.Bytes().size(), file.Bytes().size() + 13}); };
+    mark();
+    file.Folder(0, u"a");
+    mark();
+    file.File(1, u"b", 2);
+    mark();
+    file.Data(2, "xy");
+    mark();
+    file.End();
+    const std::string whole = file.Bytes();
+    for (const std::size_t length : lengths) {
+        Write("t.rec", whole.substr(0, length));
+        const std::string what = "damaged at byte " + std::to_string(length) + ": ";
+        Result result = Rec("check", "t.rec");
+        EXPECT_EQ(result.code, kNo) << length;
+        EXPECT_NE(result.out.find(": bad: " + what), std::string::npos) << result.out;
+        result = Rec("list", "t.rec");
+        EXPECT_EQ(result.code, kDamaged) << length;
+        EXPECT_NE(result.err.find(what), std::string::npos) << result.err;
+        result = Extract("t.rec", "copy");
+        EXPECT_EQ(result.code, kDamaged) << length;
+        EXPECT_NE(result.err.find(what), std::string::npos) << result.err;
+        EXPECT_EQ(Listing("."), std::set<std::string>{"t.rec"}) << length;
+    }
+}
+
 TEST_F(RecHostile, AChangeOfAnyByteIsNoticed) {
     const std::string whole = Sample().Bytes();
     for (std::size_t at = 0; at < whole.size(); ++at) {
@@ -194,6 +224,8 @@ TEST_F(RecHostile, NamesThatCouldLeaveTheFolderAreRefused) {
         {std::u16string(u"a\0b", 3), "a name that no file can have: a\\x00b"},
         {std::u16string(1, u'\xD800'), "a name that no file can have: \\ud800"},
         {std::u16string(1, u'\xDC00'), "a name that no file can have: \\udc00"},
+        {u"\xDC2E\xDC2E\xDC2Fx",
+         "a name that no file can have: \\udc2e\\udc2e\\udc2fx"}, // "../x" in disguise
         {u"\xDCC3\xDCA9",
          "a name that no file can have: \\udcc3\\udca9"}, // as bytes a name that has a form of its own
         {u"..\\x", "a name that Windows reserves: ..\\\\x"},

@@ -29,6 +29,9 @@ protected:
         tool.hold();
         tool.interrupt();
         tool.resume();
+        // The tool hears of it on a thread of its own. Meanwhile it waits for room in a pipe, or has much to
+        // do.
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
         return tool.wait();
     }
 };
@@ -156,6 +159,23 @@ TEST_F(RecPosix, EveryNameThatLinuxAllowsComesBack) {
         std::ifstream file(Text("copy") + '/' + name, std::ios::binary);
         EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), name);
     }
+}
+
+// Here they are names like any other: nothing takes them apart.
+TEST_F(RecPosix, NamesThatWouldBePathsOnWindowsStayInTheFolder) {
+    const char16_t* const names[] = {u"..\\x", u"C:", u"C:\\x", u"\\\\server\\share", u"\\x"};
+    RecordBytes file;
+    for (const char16_t* name : names) {
+        file.File(0, name, 1, 0, 1).Data(1, "x");
+    }
+    Write("box/t.rec", file.End().Bytes());
+    const Result result = Extract("box/t.rec", "box/in/copy");
+    EXPECT_EQ(result.code, kNotFound) << "the folder around it is missing: " << result.err;
+    MakeFolder("box/in");
+    EXPECT_EQ(Extract("box/t.rec", "box/in/copy").code, kDone);
+    EXPECT_EQ(Listing("."), (std::set<std::string>{"box/", "box/t.rec", "box/in/", "box/in/copy/",
+                                                   "box/in/copy/..\\x", "box/in/copy/C:", "box/in/copy/C:\\x",
+                                                   "box/in/copy/\\\\server\\share", "box/in/copy/\\x"}));
 }
 
 TEST_F(RecPosix, ExecutableFilesStayExecutable) {

@@ -1,6 +1,7 @@
 // What only Windows has: names that it reserves, paths over 260 characters, console events.
 #include "rec_fixture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <folders.h>
 #include <system.h>
@@ -19,6 +20,30 @@ TEST_F(RecWindows, NamesThatWindowsCannotHaveAreListedButNotExtracted) {
     EXPECT_EQ(result.code, kWriteFailure);
     EXPECT_NE(result.err.find("this system cannot have the name a:b"), std::string::npos) << result.err;
     EXPECT_FALSE(Exists("copy"));
+}
+
+TEST_F(RecWindows, DevicesDrivesAndPathsAreNeverExtracted) {
+    bool folder = false;
+    for (const char16_t* name :
+         {u"CON",          u"nul.txt",  u"AUX", u"prn.a.b", u"COM1", u"lpt\u00B2", u"CONIN$",
+          u"conout$.x",    u"clock$",   u"C:",  u"C:\\x",   u"\\x",  u"..\\x",     u"\\\\.\\pipe\\x",
+          u"\\\\?\\C:\\x", u"a:stream", u"a.",  u"a ",      u"...",  u"a*",        u"a<",
+          u"\x01"}) {
+        const std::string shown = utf8(name);
+        RecordBytes file;
+        folder = !folder;
+        if (folder) {
+            file.Folder(0, name, 0, 1).File(1, u"x", 0);
+        } else {
+            file.File(0, name, 1, 0, 1).Data(1, "x");
+        }
+        Write("box/in/t.rec", file.End().Bytes());
+        const std::set<std::string> before = Listing(".");
+        const Result result = Extract("box/in/t.rec", "box/in/copy");
+        EXPECT_EQ(result.code, kWriteFailure) << shown;
+        EXPECT_NE(result.err.find("this system cannot have the name "), std::string::npos) << result.err;
+        EXPECT_EQ(Listing("."), before) << shown;
+    }
 }
 
 TEST_F(RecWindows, TwoNamesThatDifferOnlyInCaseAreNotMixed) {
@@ -47,6 +72,52 @@ TEST_F(RecWindows, PathsOver260CharactersWork) {
     mvtool::removeTree(Text("copy")); // the standard library cannot walk through such a tree
     EXPECT_FALSE(Exists("copy"));
     ExpectNothingLeftBehind();
+}
+
+/// Ctrl-C once the tool has made its temporary file or folder in `folder`.
+class RecInterrupted : public RecTest {
+protected:
+    void SetUp() override {
+        Write("tree/big", "");
+        std::filesystem::resize_file(Path("tree/big"), 200 << 20);
+    }
+    Result InterruptAtWork(const std::vector<std::string>& words, const std::filesystem::path& folder) const {
+        RunningTool tool(words);
+        for (int i = 0; i < 20000 && tool.running() && !WorksIn(folder); ++i) {
+            Sleep(1);
+        }
+        tool.hold();
+        tool.interrupt();
+        Sleep(300); // the event arrives on a thread of its own
+        tool.resume();
+        return tool.wait();
+    }
+    bool WorksIn(const std::filesystem::path& folder) const {
+        const auto made = [](const std::filesystem::directory_entry& entry) {
+            return entry.path().filename().wstring().starts_with(L".mvtool-");
+        };
+        return std::any_of(std::filesystem::directory_iterator(Path(folder)), {}, made);
+    }
+};
+
+TEST_F(RecInterrupted, BuildKeepsTheOldFile) {
+    Write("t.rec", "old");
+    const Result result = InterruptAtWork({"rec", "build", Text("tree"), "-o", Text("t.rec")}, ".");
+    EXPECT_EQ(result.code, kCancelled);
+    EXPECT_EQ(result.err, "mvtool: cancelled\n");
+    EXPECT_EQ(std::filesystem::file_size(Path("t.rec")), 3u);
+    ExpectNothingLeftBehind();
+}
+
+TEST_F(RecInterrupted, ExtractRemovesWhatItMade) {
+    ASSERT_EQ(Build("tree", "t.rec").code, kDone);
+    const std::vector<std::string> words = {"rec", "extract", Text("t.rec"), "-C", Text("copy")};
+    EXPECT_EQ(InterruptAtWork(words, ".").code, kCancelled);
+    EXPECT_FALSE(Exists("copy"));
+    ExpectNothingLeftBehind();
+    MakeFolder("copy");
+    EXPECT_EQ(InterruptAtWork(words, "copy").code, kCancelled);
+    EXPECT_TRUE(Listing("copy").empty());
 }
 
 std::atomic<int> g_interruptions = 0;
