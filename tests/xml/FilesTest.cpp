@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 #include <string>
 
 namespace {
@@ -176,6 +177,42 @@ TEST_F(XmlFilesTest, LargeFile) {
     EXPECT_EQ(m_results.error, 0);
     EXPECT_EQ(node.nChildNode(), 100000);
     EXPECT_WSTREQ(node.getChildNode(99999).getAttribute(L"c"), L"99999");
+}
+
+// ---- Hostile files ----
+
+TEST_F(XmlFilesTest, FileCutAtEveryByteIsReadAsFarAsItGoes) {
+    const std::string narrow =
+        "<?xml version='1.0'?>\n<a b='\xC3\xA9'>\xE2\x82\xAC<!--c-->\xF0\x9F\x98\x80</a>";
+    const std::string wide =
+        Utf16Mark + Utf16(L"<a b='caf\u00E9'>") + std::string("\x3D\xD8\x00\xDE", 4) + Utf16(L"<c/></a>");
+    for (const std::string& bytes : {narrow, Utf8Mark + narrow, wide}) {
+        for (std::size_t length = 0; length <= bytes.size(); ++length) {
+            const std::wstring outcome = Load(bytes.substr(0, length));
+            const bool kept = m_results.error <= 2;
+            EXPECT_EQ(outcome.find(L' ', outcome.find(L':')) != std::wstring::npos, kept) << length;
+            EXPECT_EQ(m_results.error == XMLERROR_NO_DATA, length == 0) << length;
+        }
+        EXPECT_EQ(m_results.error, XMLERROR_NONE);
+    }
+}
+
+TEST_F(XmlFilesTest, BytesOfAnyKindHaveADefinedOutcome) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 600; ++round) {
+        std::string bytes(random() % 60 + 1, '\0');
+        for (char& byte : bytes)
+            byte = static_cast<char>(random() % 4 ? random() : "<>/&; \xEF\xBB\xBF\xFF\xFE"[random() % 11]);
+        XMLNode::setGlobalOptions(round % 2 ? XMLNode::encoding_UTF8 : XMLNode::encoding_ANSI,
+                                  round % 3 != 0);
+        const std::wstring name = m_folder.Write(L"random.xml", bytes);
+        const XMLNode node = XMLNode::parseFile(name.c_str(), nullptr, &m_results);
+        ASSERT_EQ(node.isEmpty(), m_results.error > 2);
+        ASSERT_TRUE(m_results.error <= 14) << m_results.error;
+        if (!node.isEmpty()) {
+            ASSERT_EQ(Compact(node.deepCopy()), Compact(node));
+        }
+    }
 }
 
 // ---- Writing ----
