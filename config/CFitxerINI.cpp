@@ -95,6 +95,21 @@ void eachPair(const CMultiString& lines, Use use) {
     }
 }
 
+// Makes the file with its mark, unless it is there by then. It gets its name when it is whole: another
+// program that met it without the mark would convert it, and lose what was written meanwhile.
+void makeMarked(const wchar_t* path) {
+    CString name;
+    name.Format(L"%s.%x-%x", path, static_cast<unsigned>(::GetCurrentProcessId()),
+                static_cast<unsigned>(::GetCurrentThreadId()));
+    bool written;
+    {
+        const File file(name, GENERIC_WRITE, 0, CREATE_ALWAYS);
+        written = file.IsOpen() && file.WriteMark();
+    }
+    if (!written || !::MoveFileExW(name, path, 0))
+        ::DeleteFileW(name);
+}
+
 CString withExtension(const CString& path, const wchar_t* extension) {
     return CPathString(path).Substituir(nullptr, nullptr, nullptr, extension);
 }
@@ -262,8 +277,7 @@ int CFitxerINI::checkCarpeta(int) {
 
 int CFitxerINI::VerifyAndCreateUnicodeFile(const wchar_t* szFitxer) {
     if (::GetFileAttributesW(szFitxer) == INVALID_FILE_ATTRIBUTES) {
-        const File file(szFitxer, GENERIC_WRITE, 0, CREATE_NEW);
-        file.WriteMark();
+        makeMarked(szFitxer);
         return 1;
     }
     unsigned char start[sizeof Mark] = {};

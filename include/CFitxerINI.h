@@ -3,7 +3,9 @@
 // The object holds the file's path alone; every operation opens and closes the file, so what other programs
 // write is seen at the next call. Results are 1 for success and 0 for failure unless said otherwise; the
 // reason of a failure is dropped. Section and key names match whatever their case. Nothing here guards
-// several writers of one file: each single write is whole, and the last one wins.
+// several writers of one file. On Windows that is left to the system. Elsewhere each write takes its turn and
+// replaces the file as a whole: programs that write different values at once lose none of them, a program
+// that is killed leaves the file as it was before or after a write, and of one value the last write wins.
 //
 //     CFitxerINI settings(L"C:\\data\\editor.ini");
 //     settings.SetInt(L"Window", L"Left", 120, 10, nullptr, 0);
@@ -94,8 +96,8 @@ public:
 
     // 1 when the file exists.
     int TestFitxer() const;
-    // Sees that the file exists and begins with the mark FF FE: makes it when it is missing, else converts
-    // it. 1 always.
+    // Sees that the file exists and begins with the mark FF FE: makes it when it is missing (nobody meets it
+    // before it has the mark), else converts it. 1 always.
     static int VerifyAndCreateUnicodeFile(const wchar_t* szFitxer);
     // Kept exactly so: the file holds nothing but the mark afterwards; its text is not carried over. The file
     // of the same name with the extension "tmp" is made for that and deleted again; when there is one

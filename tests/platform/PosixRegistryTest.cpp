@@ -1,18 +1,17 @@
 // The file of the POSIX registry: where it lies, several processes, kills, damage.
+#include "forked.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
 #include <win32.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -54,19 +53,6 @@ protected:
                   ERROR_SUCCESS);
         RegCloseKey(key);
         return count;
-    }
-    // Runs `body` in a process of its own.
-    template <class Body>
-    static pid_t Start(const Body& body) {
-        const pid_t child = ::fork();
-        if (child == 0)
-            ::_exit(body());
-        return child;
-    }
-    static int EndOf(pid_t child) {
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return status;
     }
     void Damage(std::streamoff at, const std::string& bytes) {
         std::fstream file(m_store, std::ios::in | std::ios::out | std::ios::binary);
@@ -187,7 +173,7 @@ TEST_F(PosixRegistry, ProcessesThatWriteAtOnceLoseNothing) {
     ASSERT_EQ(CreateKey(L"shared", key), ERROR_SUCCESS);
     std::vector<pid_t> children;
     for (int p = 0; p < processes; ++p) {
-        children.push_back(Start([p] {
+        children.push_back(StartForked([p] {
             HKEY shared = nullptr;
             if (OpenKey(L"shared", shared) != ERROR_SUCCESS)
                 return 2;
@@ -207,7 +193,7 @@ TEST_F(PosixRegistry, ProcessesThatWriteAtOnceLoseNothing) {
 TEST_F(PosixRegistry, FirstWritersAtOnceMakeOneFile) {
     std::vector<pid_t> children;
     for (int p = 0; p < 6; ++p) {
-        children.push_back(Start(
+        children.push_back(StartForked(
             [p] { return SetNumber(HKEY_CURRENT_USER, std::to_wstring(p), 1) == ERROR_SUCCESS ? 0 : 1; }));
     }
     for (const pid_t child : children)
@@ -243,35 +229,23 @@ TEST_F(PosixRegistry, KilledWriterLosesNothingThatWasWritten) {
     DWORD lastKnown = 0;
     long written = 0;
     for (int round = 0; round < 200; ++round) {
-        int pipe[2];
-        ASSERT_EQ(::pipe(pipe), 0);
-        const pid_t child = Start([&] {
-            ::close(pipe[0]);
+        TellingProcess writer([&](const auto& tell) {
             HKEY key = nullptr;
             if (CreateKey(L"kill", key) != ERROR_SUCCESS)
                 return 2;
             for (DWORD number = lastKnown + 1;; ++number) {
                 // Two values of one number, the second only after the first.
                 if (SetNumber(key, L"first" + std::to_wstring(number % 50), number) != ERROR_SUCCESS ||
-                    SetNumber(key, L"second", number) != ERROR_SUCCESS ||
-                    ::write(pipe[1], &number, sizeof number) != sizeof number)
+                    SetNumber(key, L"second", number) != ERROR_SUCCESS || !tell(number))
                     return 3;
             }
         });
-        ::close(pipe[1]);
-        DWORD number = 0;
-        ASSERT_EQ(::read(pipe[0], &number, sizeof number), static_cast<ssize_t>(sizeof number));
+        DWORD told = 0;
+        ASSERT_TRUE(writer.Next(told));
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
-        ::kill(child, SIGKILL);
-        const int status = EndOf(child);
-        EXPECT_TRUE(WIFSIGNALED(status));
-        DWORD told = number;
-        ++written;
-        while (::read(pipe[0], &number, sizeof number) == static_cast<ssize_t>(sizeof number)) {
-            told = number;
-            ++written;
+        EXPECT_TRUE(writer.Kill());
+        for (++written; writer.Next(told); ++written) {
         }
-        ::close(pipe[0]);
         HKEY key = nullptr;
         ASSERT_EQ(OpenKey(L"kill", key), ERROR_SUCCESS);
         DWORD first = 0;
@@ -360,7 +334,7 @@ TEST_F(PosixRegistry, FileThatMayNotBeWrittenGives5) {
     ASSERT_EQ(RegFlushKey(HKEY_CURRENT_USER), ERROR_SUCCESS);
     fs::permissions(m_folder.Root(), fs::perms::all);
     fs::permissions(m_store, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
-    const int status = EndOf(Start([] {
+    const int status = EndOf(StartForked([] {
         // The superuser may write everything: as somebody else.
         if (::geteuid() == 0 && ::setuid(65534) != 0)
             return 2;
