@@ -1,6 +1,8 @@
 // Selectors, owner-drawn items, values taken at construction.
 #include "Dibuix.h"
 
+#include "itemtext.h"
+
 namespace {
 
 RECT Narrowed(const RECT& rect) {
@@ -19,18 +21,6 @@ CString WindowTextOf(HWND window) {
     return text;
 }
 
-// The text of an entry of a list that tells its length first. Empty for an entry that is not there.
-CString EntryText(const CWnd* list, UINT lengthMessage, UINT textMessage, unsigned int entry) {
-    CString text;
-    const LRESULT length = list->SendMessage(lengthMessage, entry, 0);
-    if (length > 0) {
-        wchar_t* const buffer = text.GetBufferSetLength(static_cast<int>(length));
-        list->SendMessage(textMessage, entry, reinterpret_cast<LPARAM>(buffer));
-        text.ReleaseBuffer();
-    }
-    return text;
-}
-
 CString TabText(const CWnd* tabs, unsigned int tab) {
     wchar_t buffer[128] = {};
     TCITEMW item = {};
@@ -41,21 +31,6 @@ CString TabText(const CWnd* tabs, unsigned int tab) {
     if (!tabs->SendMessage(TCM_GETITEMW, tab, reinterpret_cast<LPARAM>(&item)) || !item.pszText)
         return CString();
     return item.pszText;
-}
-
-CString RowText(const CWnd* list, unsigned int row) {
-    CString text;
-    for (int size = 128;; size *= 2) {
-        LVITEMW item = {};
-        item.pszText = text.GetBufferSetLength(size);
-        item.pszText[0] = 0;
-        item.cchTextMax = size;
-        const LRESULT length = list->SendMessage(LVM_GETITEMTEXTW, row, reinterpret_cast<LPARAM>(&item));
-        text.ReleaseBuffer();
-        // A text that fills the buffer may go on.
-        if (length < size - 1 || size >= 0x100000)
-            return text;
-    }
 }
 
 CPoint InClientOf(const CWnd* window, POINT point) {
@@ -124,9 +99,11 @@ CDCSelectObject::CDCSelectObject(CDC* pDC, CGdiObject* pObject, int bEsborrar)
     , m_hAnterior(pDC && pObject ? ::SelectObject(pDC->GetSafeHdc(), pObject->GetSafeHandle()) : nullptr)
     , m_bEsborrar(bEsborrar) {}
 CDCSelectObject::~CDCSelectObject() {
-    if (m_pDC && m_hAnterior)
-        ::SelectObject(m_pDC->GetSafeHdc(), m_hAnterior);
-    if (m_pObject && m_bEsborrar)
+    // Only what was selected is put back and, then, deleted.
+    if (!m_pDC || !m_hAnterior)
+        return;
+    ::SelectObject(m_pDC->GetSafeHdc(), m_hAnterior);
+    if (m_bEsborrar)
         m_pObject->DeleteObject();
 }
 
@@ -182,16 +159,19 @@ void CDrawItemHelper::PintarFocus(int bNomesAmbFocus, const RECT* pRect) const {
 
 CString CDrawItemHelper::GetTextItem() const {
     CString text;
+    // A record without its window or menu has no text.
+    if (m_nTipus == ODT_MENU ? !m_pMenu : !m_pWnd)
+        return text;
     switch (m_nTipus) {
     case ODT_MENU:
         m_pMenu->GetMenuString(m_nItem, text, MF_BYCOMMAND);
         break;
     case ODT_LISTBOX:
-        text = EntryText(m_pWnd, LB_GETTEXTLEN, LB_GETTEXT, m_nItem);
+        text = mvafx::listEntryText(*m_pWnd, LB_GETTEXTLEN, LB_GETTEXT, m_nItem);
         break;
     case ODT_COMBOBOX:
         if (static_cast<int>(m_nItem) >= 0)
-            text = EntryText(m_pWnd, CB_GETLBTEXTLEN, CB_GETLBTEXT, m_nItem);
+            text = mvafx::listEntryText(*m_pWnd, CB_GETLBTEXTLEN, CB_GETLBTEXT, m_nItem);
         else
             m_pWnd->GetWindowText(text);
         break;
@@ -203,7 +183,7 @@ CString CDrawItemHelper::GetTextItem() const {
         text = TabText(m_pWnd, m_nItem);
         break;
     case ODT_LISTVIEW:
-        text = RowText(m_pWnd, m_nItem);
+        text = mvafx::listViewText(*m_pWnd, m_nItem, 0);
         break;
     default:
         break;

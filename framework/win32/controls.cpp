@@ -1,6 +1,8 @@
 // Controls and image lists.
 #include "afxcmn.h"
 
+#include "itemtext.h"
+
 IMPLEMENT_DYNAMIC(CStatic, CWnd)
 IMPLEMENT_DYNAMIC(CButton, CWnd)
 IMPLEMENT_DYNAMIC(CEdit, CWnd)
@@ -11,17 +13,6 @@ IMPLEMENT_DYNAMIC(CListCtrl, CWnd)
 IMPLEMENT_DYNCREATE(CImageList, CObject)
 
 namespace {
-
-// The text of an item of a list that answers its length to one message and the text to another.
-void itemText(const CWnd& list, UINT nLengthMessage, UINT nTextMessage, int nIndex, CString& rString) {
-    rString.Empty();
-    const LRESULT nLength = list.SendMessage(nLengthMessage, static_cast<WPARAM>(nIndex));
-    if (nLength <= 0)
-        return;
-    wchar_t* pBuffer = rString.GetBufferSetLength(static_cast<int>(nLength));
-    list.SendMessage(nTextMessage, static_cast<WPARAM>(nIndex), reinterpret_cast<LPARAM>(pBuffer));
-    rString.ReleaseBuffer();
-}
 
 // The window classes of the common controls exist once this was called.
 void needCommonControls() {
@@ -34,12 +25,39 @@ void needCommonControls() {
 
 } // namespace
 
+CString mvafx::listEntryText(const CWnd& list, UINT nLengthMessage, UINT nTextMessage, UINT nEntry) {
+    CString text;
+    const LRESULT nLength = list.SendMessage(nLengthMessage, nEntry);
+    if (nLength > 0) {
+        wchar_t* pBuffer = text.GetBufferSetLength(static_cast<int>(nLength));
+        list.SendMessage(nTextMessage, nEntry, reinterpret_cast<LPARAM>(pBuffer));
+        text.ReleaseBuffer();
+    }
+    return text;
+}
+
+CString mvafx::listViewText(const CWnd& list, UINT nItem, int nSubItem) {
+    CString text;
+    // The control does not say how long a text is: the room grows until the text does not fill it.
+    for (int nSize = 128;; nSize *= 2) {
+        LVITEMW item = {};
+        item.iSubItem = nSubItem;
+        item.pszText = text.GetBufferSetLength(nSize);
+        item.pszText[0] = 0;
+        item.cchTextMax = nSize;
+        const LRESULT nLength = list.SendMessage(LVM_GETITEMTEXTW, nItem, reinterpret_cast<LPARAM>(&item));
+        text.ReleaseBuffer();
+        if (nLength < nSize - 1 || nSize >= 0x100000)
+            return text;
+    }
+}
+
 void CListBox::GetText(int nIndex, CString& rString) const {
-    itemText(*this, LB_GETTEXTLEN, LB_GETTEXT, nIndex, rString);
+    rString = mvafx::listEntryText(*this, LB_GETTEXTLEN, LB_GETTEXT, static_cast<UINT>(nIndex));
 }
 
 void CComboBox::GetLBText(int nIndex, CString& rString) const {
-    itemText(*this, CB_GETLBTEXTLEN, CB_GETLBTEXT, nIndex, rString);
+    rString = mvafx::listEntryText(*this, CB_GETLBTEXTLEN, CB_GETLBTEXT, static_cast<UINT>(nIndex));
 }
 
 // ---- CImageList
@@ -110,20 +128,7 @@ int CListCtrl::InsertItem(int nItem, LPCWSTR lpszItem) {
 }
 
 CString CListCtrl::GetItemText(int nItem, int nSubItem) const {
-    CString text;
-    LVITEMW item = {};
-    item.iSubItem = nSubItem;
-    // The control does not say how long a text is: the room grows until the text does not fill it.
-    for (int nSize = 128;; nSize *= 2) {
-        item.pszText = text.GetBufferSetLength(nSize);
-        item.cchTextMax = nSize;
-        item.pszText[0] = 0;
-        const LRESULT nLength =
-            SendMessage(LVM_GETITEMTEXTW, static_cast<WPARAM>(nItem), reinterpret_cast<LPARAM>(&item));
-        text.ReleaseBuffer();
-        if (nLength < nSize - 1 || nSize > 0x100000)
-            return text;
-    }
+    return mvafx::listViewText(*this, static_cast<UINT>(nItem), nSubItem);
 }
 
 BOOL CListCtrl::SetItemText(int nItem, int nSubItem, LPCWSTR lpszText) {

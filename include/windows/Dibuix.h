@@ -93,7 +93,7 @@ class MVLIB_API CDCSelectObject : public CDCAttribSelector {
 public:
     // Selects the object's handle; a null object selects nothing. With `bEsborrar` not 0 the destructor, when
     // the previous object is selected again, deletes the handle through the object (DeleteObject), which must
-    // still exist.
+    // still exist. What could not be selected is not deleted.
     CDCSelectObject(CDC* pDC, CGdiObject* pObject, int bEsborrar);
     ~CDCSelectObject() override;
 

@@ -343,6 +343,20 @@ TEST_F(DdePosixTest, AnswersOfMegabytesArriveWhole) {
     DdeUninitialize(instance);
 }
 
+TEST_F(DdePosixTest, OnlyExecutesAndRequestsExist) {
+    DWORD instance = 0;
+    DdeInitializeW(&instance, &Silent, CBF_SKIP_ALLNOTIFICATIONS, 0);
+    const HSZ name = DdeCreateStringHandleW(instance, L"Place", CP_WINUNICODE);
+    const HCONV conversation = DdeConnect(instance, name, nullptr, nullptr);
+    ASSERT_NE(conversation, nullptr);
+    BYTE bytes[] = "x";
+    for (UINT type : {XTYP_POKE, XTYP_ADVSTART, XTYP_ADVSTOP, XTYP_CONNECT, 0}) {
+        EXPECT_EQ(DdeClientTransaction(bytes, 1, conversation, name, CF_TEXT, type, 1000, nullptr), nullptr);
+        EXPECT_EQ(DdeGetLastError(instance), static_cast<UINT>(DMLERR_INVALIDPARAMETER)) << type;
+    }
+    DdeUninitialize(instance);
+}
+
 TEST_F(DdePosixTest, CallbackRunsOnTheThreadOfItsInstance) {
     std::thread::id executed;
     std::thread([&] {

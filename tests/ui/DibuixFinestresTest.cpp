@@ -5,6 +5,7 @@
 #include "ImagesModule.h"
 
 #include "debug_capture.h"
+#include "import_patch.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -87,6 +88,34 @@ TEST(CapturedValuesTest, Positions) {
     EXPECT_TRUE(CMessagePos(&frame) == CPoint(screen.x - 60, screen.y - 40));
 }
 
+namespace {
+
+DWORD WINAPI FarPosition() {
+    return MAKELONG(0x8001, 0xFFFE);
+}
+
+} // namespace
+
+TEST(CapturedValuesTest, PositionsLeftOfAndAboveTheScreenAreNegative) {
+    ASSERT_EQ(PatchImport("mvlib62", {"GetMessagePos", reinterpret_cast<void*>(&FarPosition)}), 1);
+    const CMessagePos position;
+    Frame frame;
+    const CMessagePos inFrame(&frame);
+    ASSERT_EQ(PatchImport("mvlib62", {"GetMessagePos", reinterpret_cast<void*>(&::GetMessagePos)}), 1);
+    EXPECT_TRUE(position == CPoint(-32767, -2));
+    EXPECT_TRUE(inFrame == CPoint(-32767 - 60, -2 - 40));
+}
+
+TEST(CapturedValuesTest, ValuesStayAsTheyWereTaken) {
+    Frame frame;
+    const CWindowRect rect(&frame);
+    const CWindowText text(&frame);
+    frame.MoveWindow(CRect(0, 0, 10, 10));
+    frame.SetWindowText(L"other");
+    EXPECT_TRUE(rect == CRect(60, 40, 260, 140));
+    EXPECT_EQ(text, L"The frame");
+}
+
 // ---- Enabling
 
 TEST(EnableTest, DescendantsWithoutTheWindowItself) {
@@ -161,15 +190,6 @@ public:
     std::vector<WPARAM> handled;
 };
 
-struct CountingThread : CWinThread {
-    CountingThread() { AfxGetModuleState(); }
-    BOOL OnIdle(LONG count) override {
-        counts.push_back(count);
-        return count < 2;
-    }
-    std::vector<LONG> counts;
-};
-
 } // namespace
 
 TEST(DibuixEventsTest, MessagesOfOneWindowAreHandled) {
@@ -183,6 +203,19 @@ TEST(DibuixEventsTest, MessagesOfOneWindowAreHandled) {
     window.PostMessage(WM_APP, 4);
     DoEvents(static_cast<CWnd*>(nullptr));
     EXPECT_EQ(window.handled, (std::vector<WPARAM>{1, 2, 3, 4}));
+}
+
+TEST(DibuixEventsTest, OnlyMessagesOfTheWindowAreWaitedFor) {
+    Quitting one;
+    Quitting other;
+    other.PostMessage(WM_APP, 1);
+    AfxDoEvents(&one, 0);
+    EXPECT_TRUE(other.handled.empty());
+    // Each turn lets one message through, whosever it is.
+    one.PostMessage(WM_APP, 2);
+    AfxDoEvents(&one, 0);
+    EXPECT_EQ(other.handled, (std::vector<WPARAM>{1}));
+    EXPECT_EQ(one.handled, (std::vector<WPARAM>{2}));
 }
 
 TEST(DibuixEventsTest, TemporaryObjectsOfTheCallerLiveOn) {
@@ -284,6 +317,114 @@ TEST(LoadImageTest, CursorComesFromTheChain) {
     EXPECT_NE(AfxLoadSysCursor(IDC_WAIT), nullptr);
 }
 
+namespace {
+
+// What the library asks LoadImageW for, while somebody wants to know.
+struct ImageCall {
+    HINSTANCE module;
+    std::wstring name; // a number as "#300"
+    UINT type;
+    int cx;
+    int cy;
+    UINT flags;
+    bool operator==(const ImageCall&) const = default;
+};
+std::vector<ImageCall>* g_imageCalls;
+
+HANDLE WINAPI RecordImage(HINSTANCE module, LPCWSTR name, UINT type, int cx, int cy, UINT flags) {
+    if (!g_imageCalls)
+        return ::LoadImageW(module, name, type, cx, cy, flags);
+    const std::wstring text =
+        IS_INTRESOURCE(name) ? L"#" + std::to_wstring(reinterpret_cast<ULONG_PTR>(name)) : name;
+    g_imageCalls->push_back({module, text, type, cx, cy, flags});
+    return reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(77));
+}
+
+class ImageCalls {
+public:
+    ImageCalls() {
+        EXPECT_EQ(PatchImport("mvlib62", {"LoadImageW", reinterpret_cast<void*>(&RecordImage)}), 1);
+        g_imageCalls = &calls;
+    }
+    ~ImageCalls() { g_imageCalls = nullptr; }
+    ImageCalls(const ImageCalls&) = delete;
+    ImageCalls& operator=(const ImageCalls&) = delete;
+
+    std::vector<ImageCall> calls;
+};
+
+// A group of icons 1 beside the icon 1.
+bool AddGroupOfIcons(const std::wstring& file) {
+    WORD group[10] = {0, 1, 1, 0x1010, 2, 1, 1, 176, 0, 1};
+    const HANDLE update = ::BeginUpdateResourceW(file.c_str(), FALSE);
+    return update &&
+           ::UpdateResourceW(update, RT_GROUP_ICON, MAKEINTRESOURCEW(1), 0x0409, group, sizeof group) &&
+           ::EndUpdateResourceW(update, FALSE);
+}
+
+} // namespace
+
+TEST(LoadImageTest, EveryTypeOfAKindIsLookedFor) {
+    TempFolder folder;
+    const std::wstring file = folder.Path(L"cursor.dll");
+    ASSERT_TRUE(CopyFromPrograms(file));
+    ASSERT_TRUE(AddCursor(file));
+    ImagesModule images(file.c_str());
+    const HINSTANCE module = images.module.hModule;
+    ImageCalls recorded;
+    const UINT flags = LR_CREATEDIBSECTION;
+    EXPECT_NE(AfxLoadImage(300u, IMAGE_BITMAP, 5, 6, flags), nullptr);
+    EXPECT_NE(AfxLoadImage(L"NAMED", IMAGE_BITMAP, 0, 0, 0), nullptr);
+    EXPECT_NE(AfxLoadImage(320u, IMAGE_ICON, 1, 2, 0), nullptr); // a group
+    EXPECT_NE(AfxLoadImage(1u, IMAGE_ICON, 1, 2, 0), nullptr);   // an icon
+    EXPECT_NE(AfxLoadImage(340u, IMAGE_ICON, 1, 2, 0), nullptr); // an animated one
+    EXPECT_NE(AfxLoadImage(330u, IMAGE_CURSOR, 3, 4, 0), nullptr);
+    EXPECT_NE(AfxLoadImage(2u, IMAGE_CURSOR, 3, 4, 0), nullptr);
+    EXPECT_NE(AfxLoadImage(341u, IMAGE_CURSOR, 3, 4, 0), nullptr);
+    EXPECT_EQ(recorded.calls, (std::vector<ImageCall>{{module, L"#300", IMAGE_BITMAP, 5, 6, flags},
+                                                      {module, L"NAMED", IMAGE_BITMAP, 0, 0, 0},
+                                                      {module, L"#320", IMAGE_ICON, 1, 2, 0},
+                                                      {module, L"#1", IMAGE_ICON, 1, 2, 0},
+                                                      {module, L"#340", IMAGE_ICON, 1, 2, 0},
+                                                      {module, L"#330", IMAGE_CURSOR, 3, 4, 0},
+                                                      {module, L"#2", IMAGE_CURSOR, 3, 4, 0},
+                                                      {module, L"#341", IMAGE_CURSOR, 3, 4, 0}}));
+    recorded.calls.clear();
+    EXPECT_EQ(AfxLoadImage(320u, IMAGE_BITMAP, 0, 0, 0), nullptr);
+    EXPECT_EQ(AfxLoadImage(2u, IMAGE_ICON, 0, 0, 0), nullptr);
+    EXPECT_EQ(AfxLoadImage(340u, IMAGE_CURSOR, 0, 0, 0), nullptr);
+    EXPECT_EQ(AfxLoadImage(999u, IMAGE_ICON, 0, 0, 0), nullptr);
+    EXPECT_TRUE(recorded.calls.empty());
+}
+
+TEST(LoadImageTest, TypeComesBeforeTheOrderOfTheChain) {
+    TempFolder folder;
+    const std::wstring file = folder.Path(L"group.dll");
+    ASSERT_TRUE(CopyFromPrograms(file));
+    ASSERT_TRUE(AddGroupOfIcons(file));
+    ImagesModule withGroup(file.c_str());
+    ImagesModule images; // before the other in the chain; it has the icon, and no group
+    ImageCalls recorded;
+    EXPECT_NE(AfxLoadImage(1u, IMAGE_ICON, 0, 0, 0), nullptr);
+    EXPECT_NE(AfxLoadImage(300u, IMAGE_BITMAP, 0, 0, 0), nullptr);
+    EXPECT_EQ(recorded.calls,
+              (std::vector<ImageCall>{{withGroup.module.hModule, L"#1", IMAGE_ICON, 0, 0, 0},
+                                      {images.module.hModule, L"#300", IMAGE_BITMAP, 0, 0, 0}}));
+}
+
+TEST(LoadImageTest, SharedIconsAndCursorsHaveTheirSizes) {
+    ImagesModule images;
+    const HINSTANCE module = images.module.hModule;
+    ImageCalls recorded;
+    EXPECT_NE(AfxLoadIcon(320), nullptr);
+    EXPECT_NE(AfxLoadIcon16x16(320), nullptr);
+    EXPECT_NE(AfxLoadCursor(341), nullptr);
+    EXPECT_EQ(recorded.calls,
+              (std::vector<ImageCall>{{module, L"#320", IMAGE_ICON, 0, 0, LR_DEFAULTSIZE | LR_SHARED},
+                                      {module, L"#320", IMAGE_ICON, 16, 16, LR_SHARED},
+                                      {module, L"#341", IMAGE_CURSOR, 0, 0, LR_DEFAULTSIZE | LR_SHARED}}));
+}
+
 TEST(LoadImageTest, OtherTypesAreInvalid) {
     ImagesModule images;
     ::SetLastError(0);
@@ -294,6 +435,43 @@ TEST(LoadImageTest, OtherTypesAreInvalid) {
 TEST(LoadImageTest, FileIsLoadedWithoutTheChain) {
     ImagesModule images;
     EXPECT_EQ(AfxLoadImage(L"there is no such file.bmp", IMAGE_BITMAP, 0, 0, LR_LOADFROMFILE), nullptr);
+    TempFolder folder;
+    BYTE bytes[14 + 40 + 24] = {'B', 'M', sizeof bytes, 0, 0, 0, 0, 0, 0, 0, 14 + 40};
+    const BITMAPINFOHEADER header = {40, 3, 2, 1, 24, BI_RGB, 24, 0, 0, 0, 0};
+    std::memcpy(bytes + 14, &header, sizeof header);
+    const std::wstring file =
+        folder.Write(L"a.bmp", std::string(reinterpret_cast<const char*>(bytes), sizeof bytes));
+    void* const bitmap = AfxLoadImage(file.c_str(), IMAGE_BITMAP, 0, 0, LR_LOADFROMFILE);
+    ASSERT_NE(bitmap, nullptr);
+    BITMAP size = {};
+    ::GetObjectW(bitmap, sizeof size, &size);
+    EXPECT_EQ(size.bmWidth, 3);
+    EXPECT_EQ(size.bmHeight, 2);
+    ::DeleteObject(bitmap);
+    // Whatever the type.
+    ImageCalls recorded;
+    EXPECT_NE(AfxLoadImage(L"x", 3, 1, 2, LR_LOADFROMFILE | LR_SHARED), nullptr);
+    EXPECT_EQ(recorded.calls,
+              (std::vector<ImageCall>{{nullptr, L"x", 3, 1, 2, LR_LOADFROMFILE | LR_SHARED}}));
+}
+
+namespace {
+
+std::vector<int> g_listArguments;
+
+HIMAGELIST WINAPI RecordList(int cx, int cy, UINT flags, int initial, int grow) {
+    g_listArguments = {cx, cy, static_cast<int>(flags), initial, grow};
+    return ::ImageList_Create(cx, cy, flags, initial, grow);
+}
+
+} // namespace
+
+TEST(LoadImageTest, ImageListHas24BitColoursAMaskAndRoomThatGrowsByTen) {
+    ASSERT_EQ(PatchImport("mvlib62", {"ImageList_Create", reinterpret_cast<void*>(&RecordList)}), 1);
+    ImagesModule images;
+    CImageList list;
+    EXPECT_EQ(AfxLoadImageList(list, 300, 2, 2, 0), 1);
+    EXPECT_EQ(g_listArguments, (std::vector<int>{2, 2, ILC_COLOR24 | ILC_MASK, 0, 10}));
 }
 
 TEST(LoadImageTest, ImageListOfABitmapWithAMask) {
@@ -422,6 +600,32 @@ TEST_F(MenuMergeTest, InsertThatFailsEndsTheMergeWithOne) {
     destroyed.Detach();
 }
 
+TEST_F(MenuMergeTest, ItemWithTheNumberOfAPopUpAndNoneEndsTheMergeWithOne) {
+    CMenu odd;
+    odd.CreatePopupMenu();
+    odd.AppendMenu(MF_STRING, 1, L"A");
+    odd.AppendMenu(MF_STRING, static_cast<UINT_PTR>(-1), L"odd");
+    odd.AppendMenu(MF_STRING, 2, L"B");
+    EXPECT_EQ(AfxMenuMerge(destination, &odd, 1, MF_BYPOSITION), 1);
+    EXPECT_EQ(Shape(destination), L"First|B|Second"); // from the last backwards
+}
+
+TEST_F(MenuMergeTest, StatesOfSubMenusGoAlong) {
+    ::EnableMenuItem(source, 3, MF_BYPOSITION | MF_GRAYED);
+    ::CheckMenuItem(source, 0, MF_BYPOSITION | MF_CHECKED);
+    ::EnableMenuItem(source, 2, MF_BYPOSITION | MF_DISABLED);
+    EXPECT_EQ(AfxMenuMerge(destination, &source, 0, MF_BYPOSITION), 1);
+    EXPECT_EQ(Shape(destination), L"A*|-|B*~|Sub!(x|y!)|First|Second");
+}
+
+TEST_F(MenuMergeTest, NumbersGoAlong) {
+    EXPECT_EQ(AfxMenuMerge(destination, &source, 2, MF_BYPOSITION), 1);
+    EXPECT_EQ(destination.GetMenuItemID(2), 1u);
+    EXPECT_EQ(destination.GetMenuItemID(4), 2u);
+    EXPECT_EQ(destination.GetSubMenu(5)->GetMenuItemID(1), 4u);
+    EXPECT_NE(destination.GetSubMenu(5)->GetSafeHmenu(), source.GetSubMenu(3)->GetSafeHmenu());
+}
+
 TEST_F(MenuMergeTest, FirstSubMenuOfAMenuOfTheChain) {
     EXPECT_EQ(AfxMenuMerge(destination, 310u, 1, MF_BYPOSITION), 0);
     ImagesModule images;
@@ -452,6 +656,49 @@ TEST(DibuixTextsTest, ShellMemoryIsGivenAndTaken) {
     AfxComFree(nullptr);
 }
 
-TEST(DibuixTextsTest, NamingAThreadIsHarmless) {
-    std::thread([] { AfxSetThreadName(L"worker"); }).join();
+TEST(DibuixTextsTest, ThreadHasTheNameThatItWasGiven) {
+    using GetDescription = HRESULT(WINAPI*)(HANDLE, PWSTR*);
+    const FARPROC found = ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "GetThreadDescription");
+    std::thread([=] {
+        AfxSetThreadName(L"worker");
+        PWSTR name = nullptr;
+        // Older systems know no names, and some take them and tell them to debuggers alone.
+        if (found && SUCCEEDED(reinterpret_cast<GetDescription>(reinterpret_cast<void*>(found))(
+                         ::GetCurrentThread(), &name))) {
+            EXPECT_STREQ(name, L"worker");
+            ::LocalFree(name);
+        }
+    }).join();
+}
+
+namespace {
+
+struct ShownBox {
+    std::wstring text;
+    std::wstring caption;
+    UINT style;
+    bool operator==(const ShownBox&) const = default;
+};
+std::vector<ShownBox> g_boxes;
+
+int WINAPI RecordBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT style) {
+    EXPECT_EQ(owner, nullptr);
+    g_boxes.push_back({text, caption, style});
+    return IDNO;
+}
+
+} // namespace
+
+TEST(DibuixTextsTest, BoxShowsATextInTheCurrentLanguage) {
+    ASSERT_EQ(PatchImport("mvlib62", {"MessageBoxW", reinterpret_cast<void*>(&RecordBox)}), 1);
+    const unsigned short before = AfxSetLanguage(0x0409);
+    const CString expected = AfxLoadString(20352u);
+    EXPECT_FALSE(expected.IsEmpty());
+    EXPECT_EQ(AfxThreadMessageBox(20352, MB_YESNO | MB_ICONQUESTION, L"Caption"), IDNO);
+    EXPECT_EQ(AfxThreadMessageBox(L"a text", MB_OK, nullptr), IDNO);
+    AfxSetLanguage(before);
+    ASSERT_EQ(PatchImport("mvlib62", {"MessageBoxW", reinterpret_cast<void*>(&::MessageBoxW)}), 1);
+    EXPECT_EQ(g_boxes, (std::vector<ShownBox>{
+                           {expected.GetString(), L"Caption", MB_YESNO | MB_ICONQUESTION | MB_TASKMODAL},
+                           {L"a text", AfxGetAppName(), MB_OK | MB_TASKMODAL}}));
 }

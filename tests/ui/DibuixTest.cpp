@@ -1,6 +1,8 @@
 // Selectors and owner-drawn items, looked at pixel by pixel.
 #include <Dibuix.h>
 
+#include "layout.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -239,6 +241,58 @@ TEST(SelectorTest, TemporaryObjectsMayGoMeanwhile) {
     EXPECT_TRUE(before == Attributes(canvas.dc));
 }
 
+TEST(SelectorTest, ObjectThatCouldNotBeSelectedIsNotDeleted) {
+    CDC first;
+    CDC second;
+    first.CreateCompatibleDC(nullptr);
+    second.CreateCompatibleDC(nullptr);
+    CBitmap bitmap;
+    bitmap.CreateBitmap(2, 2, 1, 1, nullptr);
+    const CDCSelectObject holder(&first, &bitmap, 0); // a bitmap is in one context at a time
+    const HGDIOBJ before = ::GetCurrentObject(second, OBJ_BITMAP);
+    { const CDCSelectObject refused(&second, &bitmap, 1); }
+    EXPECT_NE(bitmap.GetSafeHandle(), nullptr);
+    EXPECT_EQ(::GetCurrentObject(first, OBJ_BITMAP), bitmap.GetSafeHandle());
+    EXPECT_EQ(::GetCurrentObject(second, OBJ_BITMAP), before);
+    { const CDCSelectObject nowhere(nullptr, &bitmap, 1); }
+    EXPECT_NE(bitmap.GetSafeHandle(), nullptr);
+}
+
+TEST(SelectorTest, CopyOfAnObjectsSelectorDeletesItOnce) {
+    Canvas canvas(4, 4);
+    const Attributes before(canvas.dc);
+    CPen pen(PS_SOLID, 1, 0);
+    {
+        const CDCSelectObject selector(&canvas.dc, &pen, 1);
+        const CDCSelectObject copy(selector);
+        EXPECT_EQ(::GetCurrentObject(canvas.dc, OBJ_PEN), pen.GetSafeHandle());
+    }
+    EXPECT_TRUE(before == Attributes(canvas.dc));
+    EXPECT_EQ(pen.GetSafeHandle(), nullptr);
+}
+
+TEST(SelectorTest, EveryKindOfObjectIsPutBack) {
+    Canvas canvas(4, 4);
+    const Attributes before(canvas.dc);
+    CPen pen(PS_SOLID, 1, 0);
+    CBrush brush(RGB(1, 1, 1));
+    LOGFONTW face = {};
+    face.lfHeight = 20;
+    CFont font;
+    font.CreateFontIndirect(&face);
+    {
+        const CDCSelectObject one(&canvas.dc, &pen, 1);
+        const CDCSelectObject two(&canvas.dc, &brush, 1);
+        const CDCSelectObject three(&canvas.dc, &font, 1);
+        const CDCSelectStockObject four(&canvas.dc, SYSTEM_FONT);
+        EXPECT_EQ(::GetCurrentObject(canvas.dc, OBJ_FONT), ::GetStockObject(SYSTEM_FONT));
+    }
+    EXPECT_TRUE(before == Attributes(canvas.dc));
+    EXPECT_EQ(pen.GetSafeHandle(), nullptr);
+    EXPECT_EQ(brush.GetSafeHandle(), nullptr);
+    EXPECT_EQ(font.GetSafeHandle(), nullptr);
+}
+
 TEST(SelectorTest, NullContextDoesNothing) {
     CPen pen(PS_SOLID, 1, 0);
     const CDCSetBkColor one(nullptr, 1);
@@ -301,6 +355,34 @@ TEST(DrawItemTest, TakesWhatTheRecordSays) {
     EXPECT_TRUE(item.IsGrayed());
     EXPECT_FALSE(item.IsDisabled());
     EXPECT_FALSE(item.IsFocus());
+}
+
+TEST(DrawItemTest, FieldsKeepTheirOrder) {
+    Canvas canvas(10, 10);
+    const DRAWITEMSTRUCT record = Record(canvas, 0);
+    const CDrawItemHelper item(&record);
+    const std::ptrdiff_t offsets[] = {
+        Offset(item, item.m_pDC),     Offset(item, item.m_rect),   Offset(item, item.m_nItem),
+        Offset(item, item.m_dwDades), Offset(item, item.m_nTipus), Offset(item, item.m_nControl),
+        Offset(item, item.m_pWnd),    Offset(item, item.m_pMenu),  Offset(item, item.m_nAccio),
+        Offset(item, item.m_nEstat),  Offset(item, item.m_crText), Offset(item, item.m_crFons),
+    };
+    EXPECT_EQ(offsets[0], 0);
+    for (int i = 1; i < 12; ++i)
+        EXPECT_EQ(offsets[i], i == 1 ? 4 : 16 + 4 * (i - 1)) << i; // the rectangle takes 16 bytes
+}
+
+TEST(DrawItemTest, RecordWithoutAControlHasNoText) {
+    Canvas canvas(10, 10);
+    for (UINT type : {ODT_MENU, ODT_LISTBOX, ODT_COMBOBOX, ODT_BUTTON, ODT_STATIC, ODT_TAB, ODT_LISTVIEW}) {
+        DRAWITEMSTRUCT record = Record(canvas, 0);
+        record.CtlType = type;
+        record.hwndItem = nullptr;
+        const CDrawItemHelper item(&record);
+        EXPECT_EQ(item.m_pWnd, nullptr);
+        EXPECT_EQ(item.m_pMenu, nullptr);
+        EXPECT_TRUE(item.GetTextItem().IsEmpty()) << type;
+    }
 }
 
 TEST(DrawItemTest, ColoursFollowTheState) {
@@ -373,6 +455,18 @@ TEST(DrawItemTest, TextGoesIntoAGivenRectangleAsItIs) {
     Canvas expected(50, 22);
     DrawAsTheSystem(expected, L"WWWWWWWW", rect, DT_SINGLELINE, COLOR_WINDOWTEXT);
     ExpectSame(canvas, expected);
+}
+
+TEST(DrawItemTest, TextIsDrawnOverWhatIsThere) {
+    Canvas canvas(50, 22);
+    const DRAWITEMSTRUCT record = Record(canvas, ODS_GRAYED);
+    const CDrawItemHelper item(&record);
+    canvas.dc.SetBkMode(OPAQUE);
+    canvas.dc.SetBkColor(RGB(250, 0, 250));
+    item.PintarText(L"Wi", nullptr, DT_SINGLELINE, DEFAULT_GUI_FONT);
+    const CRect all(0, 0, 50, 22);
+    EXPECT_EQ(canvas.Count(RGB(250, 0, 250), all), 0);
+    EXPECT_GT(canvas.Count(::GetSysColor(COLOR_GRAYTEXT), all), 3);
 }
 
 TEST(DrawItemTest, FocusIsDrawnWhenItIsThere) {

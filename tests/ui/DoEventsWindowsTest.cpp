@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -23,13 +24,32 @@ void PostTimerMessage() {
     ASSERT_TRUE(::PostMessageW(nullptr, WM_TIMER, 12345, reinterpret_cast<LPARAM>(&Count)));
 }
 
-struct IdleThread : CWinThread {
+// An application of the calling thread in a module state of its own.
+class IdleApp : public CWinApp {
+public:
     BOOL OnIdle(LONG count) override {
-        idle = count + 1;
+        counts.push_back(count);
         return count < 2;
     }
-    LONG idle = 0;
+    BOOL PumpMessage() override {
+        ++pumped;
+        return CWinApp::PumpMessage();
+    }
+    std::vector<LONG> counts;
+    int pumped = 0;
 };
+
+// Runs `work` with an IdleApp as the thread's.
+template <class Work>
+void OnAThreadOfItsOwn(Work work) {
+    std::thread([&] {
+        AFX_MODULE_STATE state(TRUE);
+        AFX_MANAGE_STATE(&state);
+        IdleApp app;
+        ASSERT_EQ(AfxGetThread(), &app);
+        work(app);
+    }).join();
+}
 
 } // namespace
 
@@ -52,6 +72,39 @@ TEST(DoEventsTest, QuitEndsItAndIsPostedAgain) {
     ASSERT_TRUE(::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));
     EXPECT_EQ(message.wParam, 0u);
+}
+
+TEST(DoEventsTest, IdleWorkIsAskedForUntilThereIsNone) {
+    OnAThreadOfItsOwn([](IdleApp& app) {
+        AfxDoEvents(static_cast<HWND>(nullptr), 0);
+        EXPECT_TRUE(app.counts.empty());
+        AfxDoEvents(static_cast<HWND>(nullptr), 1);
+        EXPECT_EQ(app.counts, (std::vector<LONG>{0, 1, 2}));
+        EXPECT_EQ(app.pumped, 0); // nothing waited
+    });
+}
+
+TEST(DoEventsTest, MessagesGoThroughThePumpOfTheThreadBeforeItIdles) {
+    OnAThreadOfItsOwn([](IdleApp& app) {
+        g_handled = 0;
+        PostTimerMessage();
+        PostTimerMessage();
+        AfxDoEvents(static_cast<HWND>(nullptr), 1);
+        EXPECT_EQ(g_handled, 2);
+        EXPECT_EQ(app.pumped, 2);
+        EXPECT_EQ(app.counts, (std::vector<LONG>{0, 1, 2}));
+    });
+}
+
+TEST(DoEventsTest, NothingIsPumpedBehindTheQuitMessage) {
+    OnAThreadOfItsOwn([](IdleApp& app) {
+        DebugCapture output;
+        ::PostQuitMessage(3);
+        AfxDoEvents(static_cast<HWND>(nullptr), 0);
+        EXPECT_EQ(app.pumped, 1);
+        EXPECT_EQ(app.CWinApp::Run(), 0); // the main loop ends
+        EXPECT_EQ(output.Text(), L"[AfxDoEvents] WM_QUIT rebut dins del AfxDoEvents...\n");
+    });
 }
 
 TEST(DoEventsTest, ThreadUnknownToTheFrameworkHandlesItsMessagesToo) {

@@ -59,6 +59,26 @@ TEST_F(EstatFinestresTest, MainWindowIsStoredUnderMainWnd) {
     EXPECT_FALSE(Stored(L"Other").IsEmpty());
 }
 
+TEST_F(EstatFinestresTest, PlacementLiesBelowTheBaseFolderOfTheUser) {
+    Frame frame;
+    AfxSaveWndState(&frame, nullptr);
+    AfxSaveWndState(&frame, L"Tools");
+    wchar_t text[200] = {};
+    for (const wchar_t* name : {L"MainWnd", L"Tools"}) {
+        DWORD size = sizeof text;
+        EXPECT_EQ(::RegGetValueW(HKEY_CURRENT_USER, L"Software\\Mirvanet\\test_ui", name, RRF_RT_REG_SZ,
+                                 nullptr, text, &size),
+                  ERROR_SUCCESS);
+        EXPECT_EQ(CString(text), Stored(name));
+    }
+}
+
+TEST_F(EstatFinestresTest, WindowWithoutAStoredPlacementStaysWhereItIs) {
+    Frame frame;
+    AfxLoadWndState(&frame, L"never stored", 1);
+    EXPECT_TRUE(frame.Normal() == CRect(20, 30, 320, 230));
+}
+
 TEST_F(EstatFinestresTest, WithoutAWindowNothingHappens) {
     AfxSaveWndState(nullptr, L"Nobody");
     AfxLoadWndState(nullptr, L"Nobody", 0);
@@ -118,6 +138,39 @@ TEST_F(EstatFinestresTest, CaptionIsCutTo255Characters) {
     EXPECT_EQ(AfxGetClauRegistryControl(&edit, key, value, 0), 1);
     EXPECT_EQ(key, CString(L"CtrlSettings\\") + CString(L'c', 255));
     EXPECT_EQ(value, L"CEdit_7");
+}
+
+TEST_F(EstatFinestresTest, ControlWithoutARunTimeClassHasNoPlace) {
+    struct Nameless : CWnd {
+        CRuntimeClass* GetRuntimeClass() const override { return nullptr; }
+    };
+    Frame frame(L"Options");
+    Nameless control;
+    control.Create(L"EDIT", L"", 0, CRect(0, 0, 10, 10), &frame, 5);
+    CString key = L"k";
+    CString value = L"v";
+    EXPECT_EQ(AfxGetClauRegistryControl(&control, key, value, 1), 0);
+    EXPECT_EQ(key, L"k");
+    EXPECT_EQ(value, L"v");
+    EXPECT_EQ(AfxGetRegistryControl(&control, value), nullptr);
+    control.DestroyWindow();
+}
+
+TEST_F(EstatFinestresTest, DialogsWithoutCaptionShareTheirSettings) {
+    Frame one(L"");
+    Frame two(L"");
+    CEdit first;
+    CEdit second;
+    first.Create(0, CRect(0, 0, 10, 10), &one, 7);
+    second.Create(0, CRect(0, 0, 10, 10), &two, 7);
+    CString value;
+    const std::unique_ptr<TCarpetaRegistry> ofFirst(AfxGetRegistryControl(&first, value));
+    const std::unique_ptr<TCarpetaRegistry> ofSecond(AfxGetRegistryControl(&second, value));
+    ASSERT_NE(ofFirst, nullptr);
+    ASSERT_NE(ofSecond, nullptr);
+    ofFirst->EntraValor(value, L"shared");
+    EXPECT_EQ(ofSecond->TornaValorString(value, L"none"), L"shared");
+    EXPECT_EQ(TCarpetaRegistry(L".\\CtrlSettings").TornaValorString(L"CEdit_7", L""), L"shared");
 }
 
 TEST_F(EstatFinestresTest, ControlWithoutAParentHasNoPlace) {

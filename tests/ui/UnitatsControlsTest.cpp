@@ -101,6 +101,13 @@ TEST_F(UnitatsControlsTest, TextThatCannotBeReadIsZeroAndNoFailure) {
     EXPECT_EQ(dialog.m_dLength, 0.0);
 }
 
+TEST_F(UnitatsControlsTest, LongTextIsReadWhole) {
+    Modeless dialog(72.0);
+    dialog.Type(CString(L' ', 400) + L"2 cm");
+    EXPECT_TRUE(dialog.UpdateData(TRUE));
+    EXPECT_EQ(dialog.m_dLength, 2 * centimetre);
+}
+
 TEST_F(UnitatsControlsTest, ControlIsPreparedAsAnEditControl) {
     Modeless dialog(72.0);
     CDataExchange exchange(&dialog, TRUE);
@@ -133,6 +140,36 @@ TEST_F(UnitatsControlsTest, MenuHasTheFourUnitsInTheirOrder) {
         const bool checked = (menu.GetMenuState(static_cast<UINT>(i), MF_BYPOSITION) & MF_CHECKED) != 0;
         EXPECT_EQ(checked, i == UNITATS_IN);
     }
+}
+
+TEST_F(UnitatsControlsTest, EachActiveUnitIsCheckedByItsCommand) {
+    for (int unit = UNITATS_MM; unit <= UNITATS_FT; ++unit) {
+        AfxSetUnitatsActives(static_cast<TipusUnitats>(unit));
+        const std::unique_ptr<CMenu> menu(unitsMenu(nullptr, -7)); // any number but 0
+        for (UINT i = 0; i < 4; ++i)
+            EXPECT_EQ((menu->GetMenuState(11310 + i, MF_BYCOMMAND) & MF_CHECKED) != 0,
+                      i == static_cast<UINT>(unit));
+    }
+}
+
+TEST_F(UnitatsControlsTest, UnitThatIsNoneIsLookedForAgainAndThatOneChecked) {
+    AfxSetUnitatsActives(static_cast<TipusUnitats>(7));
+    const std::unique_ptr<CMenu> menu(unitsMenu(nullptr, 1));
+    const int active = AfxGetUnitatsActives();
+    for (UINT i = 0; i < 4; ++i)
+        EXPECT_EQ((menu->GetMenuState(i, MF_BYPOSITION) & MF_CHECKED) != 0, i == static_cast<UINT>(active));
+}
+
+TEST_F(UnitatsControlsTest, UnitsFollowWhatTheMenuHasAndAreChecked) {
+    CMenu menu;
+    menu.CreatePopupMenu();
+    menu.AppendMenu(MF_STRING, 500, L"Before");
+    EXPECT_EQ(unitsMenu(&menu, 1), &menu);
+    EXPECT_EQ(menu.GetMenuItemCount(), 5);
+    EXPECT_EQ(menu.GetMenuItemID(0), 500u);
+    EXPECT_EQ(menu.GetMenuItemID(1), 11310u);
+    EXPECT_EQ(menu.GetMenuState(0, MF_BYPOSITION) & MF_CHECKED, 0u);
+    EXPECT_NE(menu.GetMenuState(3, MF_BYPOSITION) & MF_CHECKED, 0u);
 }
 
 TEST_F(UnitatsControlsTest, MenuWithoutMarkChecksNothing) {
