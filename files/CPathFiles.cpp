@@ -27,7 +27,7 @@ CString WithoutFinalBackslash(const wchar_t* szPath) {
 }
 
 DWORD AttributesOf(const CString& path) {
-    return path.IsEmpty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path);
+    return path.IsEmpty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(SystemPath(path));
 }
 
 bool IsFolder(DWORD attributes) {
@@ -39,7 +39,7 @@ bool IsLink(DWORD attributes) {
 }
 
 bool FileData(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
-    return !IsEmptyText(path) && GetFileAttributesExW(path, GetFileExInfoStandard, &data);
+    return !IsEmptyText(path) && GetFileAttributesExW(SystemPath(path), GetFileExInfoStandard, &data);
 }
 
 // A file's version resource.
@@ -47,9 +47,10 @@ class VersionResource {
 public:
     explicit VersionResource(const wchar_t* path) {
         DWORD unused = 0;
-        const DWORD size = IsEmptyText(path) ? 0 : GetFileVersionInfoSizeW(path, &unused);
+        const SystemPath file(path);
+        const DWORD size = IsEmptyText(path) ? 0 : GetFileVersionInfoSizeW(file, &unused);
         m_data.SetSize(static_cast<INT_PTR>(size));
-        if (size && !GetFileVersionInfoW(path, 0, size, m_data.GetData()))
+        if (size && !GetFileVersionInfoW(file, 0, size, m_data.GetData()))
             m_data.RemoveAll();
     }
 
@@ -97,7 +98,8 @@ int VersionText(const wchar_t* path, CString& text) {
 
 // Removes a link, on whose kind it depends which of the two functions takes it; what it leads to stays.
 bool RemoveLink(const CString& path) {
-    return RemoveDirectoryW(path) || DeleteFileW(path);
+    const SystemPath link(path);
+    return RemoveDirectoryW(link) || DeleteFileW(link);
 }
 
 // Leaves a folder (ending in a backslash) that is the process's current one.
@@ -148,9 +150,9 @@ bool EmptyFolder(const CString& path) {
         const CString plain = WithoutFinalBackslash(folders[last].path);
         if (folders[last].emptied) {
             LeaveFolder(folders[last].path);
-            RemoveDirectoryW(plain);
+            RemoveDirectoryW(SystemPath(plain));
             folders.RemoveAt(last);
-        } else if (IsLink(GetFileAttributesW(plain))) {
+        } else if (IsLink(AttributesOf(plain))) {
             // It has been replaced by a link since it was listed.
             RemoveLink(plain);
             folders.RemoveAt(last);
@@ -167,7 +169,7 @@ int CPathString::TestFitxer(const wchar_t* szRuta) {
     if (IsEmptyText(szRuta)) {
         return 0;
     }
-    const DWORD attributes = GetFileAttributesW(szRuta);
+    const DWORD attributes = GetFileAttributesW(SystemPath(szRuta));
     return attributes != INVALID_FILE_ATTRIBUTES && !IsFolder(attributes) ? 1 : 0;
 }
 
@@ -267,7 +269,7 @@ int CPathString::CrearCarpeta(const wchar_t* szCarpeta) {
         folder = WithoutFinalBackslash(folder.Left(slash));
     }
     for (INT_PTR i = missing.GetUpperBound(); i >= 0; --i) {
-        if (CreateDirectoryW(missing[i], nullptr))
+        if (CreateDirectoryW(SystemPath(missing[i]), nullptr))
             continue;
         // Another process may have been faster.
         const DWORD error = GetLastError();
@@ -287,10 +289,11 @@ int CPathString::Esborrar(const wchar_t* szFitxer, int bForcar) {
     if (IsEmptyText(szFitxer)) {
         return 0;
     }
+    const SystemPath file(szFitxer);
     if (bForcar) {
-        SetFileAttributesW(szFitxer, FILE_ATTRIBUTE_NORMAL);
+        SetFileAttributesW(file, FILE_ATTRIBUTE_NORMAL);
     }
-    return DeleteFileW(szFitxer) ? 1 : 0;
+    return DeleteFileW(file) ? 1 : 0;
 }
 
 int CPathString::EsborrarCarpeta(const wchar_t* szCarpeta, int bRecursiu) {
@@ -305,7 +308,7 @@ int CPathString::EsborrarCarpeta(const wchar_t* szCarpeta, int bRecursiu) {
     if (bRecursiu && !EmptyFolder(folder))
         return 0;
     LeaveFolder(folder);
-    return RemoveDirectoryW(szCarpeta) ? 1 : 0;
+    return RemoveDirectoryW(SystemPath(szCarpeta)) ? 1 : 0;
 }
 
 int CPathString::EsborrarCarpeta(int bRecursiu) const {

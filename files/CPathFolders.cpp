@@ -5,6 +5,8 @@
 #include "Idioma.h"
 #include "SystemPath.h"
 
+#include <cwchar>
+
 #include "afxwin.h"
 #include "shell.h"
 
@@ -124,9 +126,14 @@ CString CPathString::getLongPathName(const wchar_t* szRuta) {
 
 unsigned int CPathString::GetTempFileNameW(const wchar_t* szCarpeta, const wchar_t* szPrefix,
                                            unsigned int nUnic) {
+    const wchar_t* folder = szCarpeta ? szCarpeta : L"";
     wchar_t path[MAX_PATH + 1];
-    const UINT number =
-        ::GetTempFileNameW(szCarpeta ? szCarpeta : L"", szPrefix ? szPrefix : L"", nUnic, path);
+    // Not every system looks whether the name fits behind the folder.
+    if (std::wcslen(folder) > MAX_PATH - 14) {
+        SetLastError(ERROR_BUFFER_OVERFLOW);
+        return 0;
+    }
+    const UINT number = ::GetTempFileNameW(folder, szPrefix ? szPrefix : L"", nUnic, path);
     if (number) {
         CString::operator=(path);
     }

@@ -18,11 +18,13 @@ struct Parts {
     wchar_t folder[kPartRoom] = L"";
     wchar_t name[kPartRoom] = L"";
     wchar_t extension[kPartRoom] = L"";
+    bool known = true;
 
     explicit Parts(const wchar_t* path) {
         if (_wsplitpath_s(path, drive, kDriveRoom, folder, kPartRoom, name, kPartRoom, extension,
                           kPartRoom) != 0) {
             drive[0] = folder[0] = name[0] = extension[0] = 0;
+            known = false;
         }
     }
 };
@@ -196,6 +198,8 @@ CPathString CPathString::FullPath(const wchar_t* szRuta, const wchar_t* szBase) 
     const wchar_t* path = szRuta ? szRuta : L"";
     const Parts base(szBase ? szBase : L"");
     const CString folder = CString(base.drive) + base.folder;
+    if (!base.known)
+        return IsAbsolute(path) ? AbsolutePath(path) : CPathString();
     if (folder.IsEmpty())
         return AbsolutePath(path);
     const CurrentFolder entered(folder);

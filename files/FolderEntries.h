@@ -1,6 +1,8 @@
 // The entries of a folder, one after the other.
 #pragma once
 
+#include "SystemPath.h"
+
 #include "afx.h"
 #include "folder_entries.h"
 
@@ -8,7 +10,7 @@
 class FolderEntries {
 public:
     explicit FolderEntries(const wchar_t* pattern)
-        : m_handle(MvFindFirstEntry(pattern, &m_entry)) {}
+        : m_handle(MvFindFirstEntry(SystemPath(pattern), &m_entry)) {}
     ~FolderEntries() {
         if (Started())
             FindClose(m_handle);

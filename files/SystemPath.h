@@ -1,4 +1,4 @@
-// Texts from functions of the system that take a buffer and its size.
+// Paths on their way to functions of the system, and texts from those that take a buffer and its size.
 #pragma once
 
 #include "afx.h"
@@ -23,3 +23,15 @@ CString TextFrom(Function function) {
 inline CString CurrentFolderPath() {
     return TextFrom([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); });
 }
+
+// A path, or a pattern behind one, in the form in which the system takes it whatever its length. One source
+// per target. It is for a call: the text that it was made of must live as long.
+class SystemPath {
+public:
+    explicit SystemPath(const wchar_t* path);
+    operator const wchar_t*() const { return m_text.IsEmpty() ? m_given : m_text.GetString(); }
+
+private:
+    const wchar_t* m_given;
+    CString m_text; // empty: the path as it was given
+};

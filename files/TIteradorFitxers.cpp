@@ -18,8 +18,9 @@ struct Identity {
     DWORD low = 0;
 
     explicit Identity(const CString& folder) {
-        const HANDLE handle = CreateFileW(folder, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+        const HANDLE handle =
+            CreateFileW(SystemPath(folder), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
         if (handle == INVALID_HANDLE_VALUE)
             return;
         BY_HANDLE_FILE_INFORMATION information;
@@ -65,7 +66,7 @@ private:
 };
 
 bool LeadsToFolder(const CString& link) {
-    const DWORD attributes = GetFileAttributesW(link);
+    const DWORD attributes = GetFileAttributesW(SystemPath(link));
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 

@@ -14,7 +14,8 @@
 // The trailing flag, the last argument of many operations: not 0, the result ends in one "\\"; 0, it does not
 // (one final "\\" is dropped). Queries answer 1 or 0, or an empty text; nothing here throws but Cd, and
 // whatever lacks memory (CMemoryException*). Text arguments may be null, which counts as empty, where nothing
-// else is said. Paths may be longer than 260 characters wherever the system takes them and no limit is named.
+// else is said. Paths may be longer than 260 characters wherever no limit is named, on Windows too, up to
+// what the system takes at all.
 #pragma once
 
 #include "mvlib_export.h"
@@ -75,7 +76,7 @@ public:
     // The absolute form of a path, relative to the current folder or to the folder of the file `szBase`. When
     // that has a folder, the process's current folder is another one while the call lasts: not for several
     // threads. Empty when the result has 260 characters or more, or when the base's folder is needed and
-    // cannot be entered.
+    // cannot be entered or has no parts.
     static CPathString FullPath(const wchar_t* szRuta, const wchar_t* szBase = nullptr);
     // Applies the trailing flag to a text in place. An empty text with the flag becomes "\\".
     static void posarBarraFinal(CString& str, int bBarra);
@@ -158,7 +159,9 @@ public:
     static CString getLongPathName(const wchar_t* szRuta);
     // Make this path a temporary file name: folder (or the temporary one), up to three characters of the
     // prefix, the low 16 bits of the number in hexadecimal, ".tmp". With the number 0 a free one is found and
-    // the empty file created; the caller deletes it. The number used, or 0 with the path untouched.
+    // the empty file created; the caller deletes it. The number used, or 0 with the path untouched and the
+    // reason as the thread's last error: 267 for a folder that is missing, 111 for one of more than 246
+    // characters.
     unsigned int GetTempFileNameW(const wchar_t* szCarpeta, const wchar_t* szPrefix, unsigned int nUnic);
     unsigned int GetTempFileNameW(const wchar_t* szPrefix, unsigned int nUnic);
 

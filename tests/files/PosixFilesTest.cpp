@@ -1,4 +1,4 @@
-// What only shows where paths are long, names are bytes and folders come from the environment.
+// What only shows where trees are deep, names are bytes and folders come from the environment.
 #include <CPathString.h>
 #include <TIteradorFitxers.h>
 
@@ -75,48 +75,7 @@ protected:
     TempFolder folder;
 };
 
-// ---- Long paths and deep trees
-
-TEST_F(PosixFilesTest, PathsBeyond260CharactersWork) {
-    CString path = Root();
-    for (int i = 0; i < 10; ++i)
-        path += L"\\" + CString(static_cast<wchar_t>(L'a' + i), 100);
-    ASSERT_EQ(CPathString::CrearCarpeta(path), 1);
-    EXPECT_EQ(CPathString::TestCarpeta(path), 1);
-    const CPathString file(L"file.txt", path);
-    EXPECT_GT(file.GetLength(), 1000);
-    std::string narrow;
-    for (int i = 0; i < file.GetLength(); ++i)
-        narrow += file[i] == L'\\' ? '/' : static_cast<char>(file[i]);
-    std::ofstream(narrow) << "12345";
-    EXPECT_EQ(file.TestFitxer(), 1);
-    EXPECT_EQ(file.GetMida(), 5u);
-    CTime time;
-    EXPECT_EQ(file.GetData(time, 2), 1);
-
-    CStringList list;
-    EXPECT_EQ(TIteradorFitxers().GetLlistaFitxers(list, L"*.txt", path, 0), 0);
-    ASSERT_EQ(list.GetCount(), 1);
-    EXPECT_STREQ(list.GetHead(), file);
-    EXPECT_EQ(CPathString::EsborrarCarpeta(In(CString(L'a', 100)), 1), 1);
-    EXPECT_TRUE(fs::is_empty(folder.Root()));
-}
-
-TEST_F(PosixFilesTest, WalksGoBelowPathsOf260Characters) {
-    CString path = Root();
-    for (int i = 0; i < 6; ++i)
-        path += L"\\" + CString(static_cast<wchar_t>(L'a' + i), 100);
-    ASSERT_EQ(CPathString::CrearCarpeta(path), 1);
-    struct Count {
-        static int Add(const wchar_t*, const wchar_t* name, int, long user) {
-            *reinterpret_cast<std::wstring*>(user) += name[0];
-            return 1;
-        }
-    };
-    std::wstring names;
-    EXPECT_EQ(TIteradorFitxers().IteraCarpetes(&Count::Add, reinterpret_cast<long>(&names), Root(), 1), 0);
-    EXPECT_EQ(names, L"abcdef");
-}
+// ---- Deep trees
 
 TEST_F(PosixFilesTest, TreeOfGreatDepthIsRemoved) {
     // More levels than a process usually may have files open.
