@@ -71,7 +71,9 @@ TEST_F(InfoTest, MissingFileIsCode3) {
     EXPECT_EQ(result.code, kNotFound);
     EXPECT_TRUE(Contains(result.err, Text("none.dll") + ": no such file\n"));
     EXPECT_TRUE(Contains(result.err, ": no version\n"));
-    EXPECT_EQ(mvtool({"ver", Text(".")}).code, kNotFound) << "a folder";
+    const Result folder = mvtool({"ver", Text(".")});
+    EXPECT_EQ(folder.code, kNotFound);
+    EXPECT_EQ(folder.err, "mvtool: " + Text(".") + ": a folder\n");
 }
 
 TEST_F(InfoTest, ControlCharactersOfStringsAreShownAsEscapes) {
@@ -119,6 +121,9 @@ TEST_F(InfoTest, DiagnosisIsOnePage) {
     EXPECT_EQ(ValueOf(result.out, "mvlib62"), "6.2.0");
     const std::string bits = std::to_string(sizeof(void*) * 8) + " bits";
     EXPECT_TRUE(Contains(ValueOf(result.out, "target"), bits));
+    EXPECT_TRUE(Contains(ValueOf(result.out, "target"), "compiler g++ ") ||
+                Contains(ValueOf(result.out, "target"), "lang "));
+    EXPECT_EQ(ValueOf(result.out, "language"), "0x0400 (that of the texts)");
     EXPECT_TRUE(Contains(ValueOf(result.out, "library"), "mvlib62"));
     EXPECT_TRUE(Contains(ValueOf(result.out, "framework"), "mvafx62"));
     EXPECT_TRUE(Contains(ValueOf(result.out, "texts"), "English (ENG)"));
@@ -137,7 +142,9 @@ TEST_F(InfoTest, FamiliesThatAreACommandHaveItsHelp) {
     EXPECT_TRUE(Contains(version.out, "Usage: mvtool ver FILE... [OPTION]..."));
     EXPECT_TRUE(Contains(version.out, "-s, --short"));
     EXPECT_TRUE(Contains(mvtool({"diag", "-h"}).out, "Usage: mvtool diag [OPTION]..."));
-    EXPECT_TRUE(Contains(mvtool({"path", "--help"}).out, "\n  where"));
+    const std::string path = mvtool({"path", "--help"}).out;
+    EXPECT_TRUE(Contains(path, "\n  where"));
+    EXPECT_FALSE(Contains(path, "\n\n\n"));
     const std::string all = mvtool({"--help"}).out;
     for (const char* name : {"\n  ver  ", "\n  path  ", "\n  diag  "}) {
         EXPECT_TRUE(Contains(all, name)) << name;

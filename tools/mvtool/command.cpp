@@ -133,8 +133,9 @@ std::string familyHelp(const Family& family) {
     }
     const std::string name = family.name;
     return "mvtool " + name + ": " + family.summary + ".\n\nUsage: mvtool " + name +
-           " COMMAND [OPTION]... [OPERAND]...\n\nCommands:\n" + table(rows) + '\n' + family.details +
-           "\nSee 'mvtool " + name + " COMMAND --help' for the options of a command.\n" + kExitCodes;
+           " COMMAND [OPTION]... [OPERAND]...\n\nCommands:\n" + table(rows) + (*family.details ? "\n" : "") +
+           family.details + "\nSee 'mvtool " + name + " COMMAND --help' for the options of a command.\n" +
+           kExitCodes;
 }
 
 std::string commandHelp(const Family& family, const Command& command) {

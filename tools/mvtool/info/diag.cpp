@@ -11,6 +11,14 @@
 namespace mvtool::info {
 namespace {
 
+#if defined(__clang__)
+constexpr const char* kCompiler = __VERSION__;
+#else
+constexpr const char* kCompiler = "g++ " __VERSION__;
+#endif
+
+constexpr unsigned kUsersLanguage = 0x0400;
+
 std::string hexadecimal(unsigned value) {
     std::string text;
     for (int shift = 12; shift >= 0; shift -= 4) {
@@ -38,7 +46,9 @@ HINSTANCE moduleOf(const void* address) {
 }
 
 void addLanguages(std::vector<Row>& rows) {
-    rows.push_back({"language", hexadecimal(AfxGetLanguage())});
+    const unsigned current = AfxGetLanguage();
+    rows.push_back(
+        {"language", hexadecimal(current) + (current == kUsersLanguage ? " (that of the texts)" : "")});
     AfxLockGlobals(CRIT_DYNLINKLIST);
     std::vector<HINSTANCE> modules;
     for (CDynLinkLibrary* link = AfxGetModuleState()->m_libraryList; link != nullptr;
@@ -65,8 +75,8 @@ Exit run(const Arguments&) {
     const std::string name = fromWide(system.GetNom().GetString());
     std::vector<Row> rows = {
         {"mvlib62", MVTOOL_VERSION},
-        {"target", std::string(MVTOOL_TARGET ", ") + std::to_string(sizeof(void*) * 8) +
-                       " bits, compiler " __VERSION__},
+        {"target", std::string(MVTOOL_TARGET ", ") + std::to_string(sizeof(void*) * 8) + " bits, compiler " +
+                       kCompiler},
         {"library", moduleFile(moduleOf(AfxGetOSVersionInfo()))},
         {"framework", moduleFile(moduleOf(RUNTIME_CLASS(CObject)))},
         {"system", name.empty() ? "unknown" : name},

@@ -25,7 +25,9 @@ Exit show(const std::string& file, bool brief) {
     CString text;
     if (!path.GetFileVersion(info) || !path.GetFileVersion(text)) {
         const bool there = path.TestFitxer() != 0;
-        console().note(displayText(file) + (there ? ": no version" : ": no such file"));
+        console().note(displayText(file) + (there                ? ": no version"
+                                            : path.TestCarpeta() ? ": a folder"
+                                                                 : ": no such file"));
         return there ? Exit::no : Exit::notFound;
     }
     if (brief) {
@@ -60,7 +62,7 @@ constexpr Command kCommands[] = {
      "Reads the version resources of programs and DLLs, on every system: the four numbers, the text\n"
      "that applications show (with \"\u00DF\" for a version before its release and \"(DBG)\" for one made\n"
      "for debugging), and the strings in the resource's first language. The exit code is 1 when a\n"
-     "file has no version and 3 when one is missing; the others are shown all the same.\n",
+     "file has no version and 3 when one is missing or a folder; the others are shown all the same.\n",
      1, static_cast<std::size_t>(-1), kOptions, run},
 };
 
