@@ -72,8 +72,8 @@ public:
 };
 
 // The version that a DLL tells of itself through its function "DllGetVersion": (major << 16) | minor; 0 when
-// it cannot be loaded, has no such function (shared libraries elsewhere than on Windows rarely do), or the
-// function fails. The DLL is loaded for the length of the call.
+// it cannot be loaded (or its name is null), has no such function (shared libraries elsewhere than on Windows
+// rarely do), or the function fails. The DLL is loaded for the length of the call.
 MVLIB_API unsigned long AfxGetShellDllVersion(const wchar_t* szDll);
 // 1 when that version is at least the one given, else 0. A DLL without a version meets only a requirement of
 // 0.

@@ -70,8 +70,9 @@ public:
     CPathString Substituir(const wchar_t* szUnitat, const wchar_t* szDirectori, const wchar_t* szNom,
                            const wchar_t* szExtensio) const;
     // A new path with another folder: ".." goes one folder up, a text that begins with "\\" replaces the
-    // folder, any other goes below it. Kept: on a path without a folder part the first and the last throw
-    // COleException* with the code 0x80070057, as the string class does for a position outside it.
+    // folder, any other goes below it. Kept: on a path without a folder part (one without parts, too) the
+    // first and the last throw COleException* with the code 0x80070057, as the string class does for a
+    // position outside it.
     CPathString Cd(const wchar_t* szCarpeta) const;
     // The absolute form of a path, relative to the current folder or to the folder of the file `szBase`. When
     // that has a folder, the process's current folder is another one while the call lasts: not for several
@@ -122,7 +123,8 @@ public:
     // Folders made before a failure stay. The member creates the folder part of this path.
     static int CrearCarpeta(const wchar_t* szCarpeta);
     int CrearCarpeta() const;
-    // Deletes a file, with `bForcar` a read-only one too. 0 for an empty name.
+    // Deletes a file, with `bForcar` a read-only one too (which loses its attributes even if it stays). 0 for
+    // an empty name.
     static int Esborrar(const wchar_t* szFitxer, int bForcar = 0);
     int Esborrar(int bForcar = 0) const { return Esborrar(GetString(), bForcar); }
     // Removes a folder; with `bRecursiu` all that is in it first. A link to a folder, `szCarpeta` itself
@@ -165,9 +167,10 @@ public:
     unsigned int GetTempFileNameW(const wchar_t* szCarpeta, const wchar_t* szPrefix, unsigned int nUnic);
     unsigned int GetTempFileNameW(const wchar_t* szPrefix, unsigned int nUnic);
 
-    // Lets the user pick a folder, with this path's folder selected at first; `nFlags` are the system's
-    // (BIF_...), the parent may be null. 1 with this path set to the choice, 0 otherwise. 0 on systems
-    // without such a dialog. The second form takes the title from the string resources.
+    // Lets the user pick a folder, with this path's folder selected at first, and returns when the dialog is
+    // closed; for threads that show windows. `nFlags` are the system's (BIF_...), the parent may be null. 1
+    // with this path set to the choice, 0 otherwise. 0 on systems without such a dialog. The second form
+    // takes the title from the string resources.
     int Browse(const wchar_t* szTitol, unsigned int nFlags, CWnd* pPare);
     int Browse(unsigned int nTitol, unsigned int nFlags, CWnd* pPare);
 

@@ -37,7 +37,8 @@ public:
 
 // ---- Formatting
 
-// A new string, formatted with printf rules.
+// A new string, formatted with printf rules; a null format is an empty one. The arguments must be those that
+// the format names.
 MVLIB_API CString AfxFormatString(const wchar_t* pszFormat, ...);
 // The same with string resource `nID`, in the library's current language, as the format; empty when it is
 // missing.
@@ -55,8 +56,9 @@ MVLIB_API CString AfxKBytesToString(unsigned long dwKBytes);
 
 // `time` as local time by an 8-bit pattern of strftime, in the language of the user's locale. A result of 128
 // characters or more is empty. A time that cannot be broken down (before 1970) throws COleException* with the
-// code 0x80070057. Kept: the process's time locale (LC_TIME) is "C" afterwards, whatever it was before. One
-// thread at a time.
+// code 0x80070057. Kept: the process's time locale (LC_TIME) is "C" afterwards, whatever it was before, and
+// the user's after that exception. What the system makes of a "%" that begins nothing that it knows differs.
+// A null pattern gives an empty text. One thread at a time.
 MVLIB_API CString AfxFormatDate(CTime& time, const char* pszPattern);
 
 // ---- Letters as numbers

@@ -12,6 +12,9 @@
 // delivered, but not entered. An entry that appears or goes while its folder is walked may be delivered or
 // not; no other entry is lost. One thread at a time may use an iterator, and it must not be used from its own
 // callback. Nothing is thrown but CMemoryException*.
+//
+// The callback must not be null. A null or empty folder is the root for the walk over folders, and the
+// current folder for the files that a walk finds in it; a null or empty pattern meets no file.
 #pragma once
 
 #include "mvlib_export.h"

@@ -315,6 +315,27 @@ TEST_F(CPathStringTest, TimeOfTheLastChangeIsTheFiles) {
     EXPECT_LE(days, 401);
 }
 
+TEST_F(CPathStringTest, TimesAreToldApart) {
+    folder.Write(L"file", "12345");
+    const HANDLE file = CreateFileW(In(L"file"), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    FILETIME now;
+    ASSERT_TRUE(GetFileTime(file, nullptr, nullptr, &now));
+    // Two moments of the years 2001 and 2009.
+    const FILETIME access = {0, 0x01C07380};
+    const FILETIME write = {0, 0x01C98380};
+    ASSERT_TRUE(SetFileTime(file, nullptr, &access, &write));
+    CloseHandle(file);
+    CTime made, changed, read;
+    ASSERT_EQ(CPathString::GetData(In(L"file"), made, 1), 1);
+    ASSERT_EQ(CPathString::GetData(In(L"file"), changed, 2), 1);
+    ASSERT_EQ(CPathString::GetData(In(L"file"), read, 3), 1);
+    EXPECT_EQ(changed, CTime(write));
+    EXPECT_EQ(read, CTime(access));
+    EXPECT_NE(made, read);
+}
+
 TEST_F(CPathStringTest, SizeIsCutTo32Bits) {
     folder.Write(L"file", "");
     std::error_code error;
@@ -509,6 +530,20 @@ TEST_F(CPathStringTest, SystemFolders) {
     EXPECT_EQ(Text(CPathString::GetTempPathW(0)) + L"\\", Text(CPathString::GetTempPathW(1)));
     EXPECT_EQ(Text(CPathString::GetColorProfilesDir(0)),
               Text(CPathString::GetSystemDir(1) + L"Spool\\Drivers\\Color"));
+}
+
+TEST_F(CPathStringTest, TemporaryFolderMayHaveATildeInItsName) {
+    ASSERT_EQ(CPathString::CrearCarpeta(In(L"a~b")), 1);
+    wchar_t before[MAX_PATH] = L"";
+    GetEnvironmentVariableW(L"TMP", before, MAX_PATH);
+    wchar_t first[MAX_PATH] = L""; // counts before the other, natively
+    GetEnvironmentVariableW(L"TMPDIR", first, MAX_PATH);
+    SetEnvironmentVariableW(L"TMPDIR", nullptr);
+    SetEnvironmentVariableW(L"TMP", folder.Path(L"a~b").c_str());
+    const CString found = CPathString::GetTempPathW(0);
+    SetEnvironmentVariableW(L"TMP", *before ? before : nullptr);
+    SetEnvironmentVariableW(L"TMPDIR", *first ? first : nullptr);
+    EXPECT_EQ(Text(found), Text(In(L"a~b")));
 }
 
 TEST_F(CPathStringTest, ModulesKnowTheirFile) {

@@ -164,6 +164,9 @@ TEST_F(CStringExTest, FormatsIntoANewString) {
     EXPECT_EQ(AfxFormatString(L"%s %d %.2f %c", L"wide", -7, 1.005, L'x'), L"wide -7 1.00 x");
     EXPECT_EQ(AfxFormatString(L""), L"");
     EXPECT_EQ(AfxFormatStringA("%s %d %5.1f", "narrow", 42, 2.25), "narrow 42   2.2");
+    EXPECT_EQ(AfxFormatString(static_cast<const wchar_t*>(nullptr)), L"");
+    EXPECT_EQ(AfxFormatStringA(nullptr), "");
+    EXPECT_EQ(AfxFormatString(64000u), L"") << "no such format";
 }
 
 TEST_F(CStringExTest, FormatMayBeAResourceOfTheCurrentLanguage) {
@@ -255,6 +258,35 @@ TEST_F(CStringExTest, TimeThatCannotBeBrokenDownThrows) {
         EXPECT_EQ(static_cast<DWORD>(e->m_sc), 0x80070057u);
         e->Delete();
     }
+}
+
+TEST_F(CStringExTest, TimeThatThrowsLeavesTheUsersTimeLocale) {
+    std::setlocale(LC_TIME, "");
+    const std::string users = std::setlocale(LC_TIME, nullptr);
+    std::setlocale(LC_TIME, "C");
+    CTime time(-1);
+    EXPECT_THROW(
+        {
+            try {
+                AfxFormatDate(time, "%Y");
+            } catch (COleException* e) {
+                e->Delete();
+                throw 0;
+            }
+        },
+        int);
+    EXPECT_EQ(std::setlocale(LC_TIME, nullptr), users);
+    std::setlocale(LC_TIME, "C");
+}
+
+TEST_F(CStringExTest, PatternThatIsNoneEndsInAText) {
+    CTime time(2007, 3, 9, 14, 5, 6);
+    for (const char* pattern : {"%", "a%", "%!", "%Q", "%Y %", "%%%"}) {
+        const CString text = AfxFormatDate(time, pattern);
+        EXPECT_LT(text.GetLength(), 128) << pattern;
+        EXPECT_STREQ(std::setlocale(LC_TIME, nullptr), "C") << pattern;
+    }
+    EXPECT_EQ(AfxFormatDate(time, "%Y"), L"2007");
 }
 
 // ---- Letters as numbers

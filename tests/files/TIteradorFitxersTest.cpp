@@ -272,6 +272,39 @@ TEST_F(TIteradorFitxersTest, FolderMayEndInASeparatorAndIsPassedOnAsItIs) {
     EXPECT_EQ(log.calls[1].folder, root.GetString());
 }
 
+// Kept: the trailing rule makes an empty text a root, the joining rule leaves it out.
+TEST_F(TIteradorFitxersTest, EmptyFolderIsTheRootForFoldersAndTheCurrentOneForFiles) {
+    folder.Write(L"here.dat", "x");
+    Folder(L"not here");
+    wchar_t before[MAX_PATH];
+    GetCurrentDirectoryW(MAX_PATH, before);
+    ASSERT_TRUE(SetCurrentDirectoryW(Root()));
+    for (const wchar_t* none : {static_cast<const wchar_t*>(L""), static_cast<const wchar_t*>(nullptr)}) {
+        CStringList list;
+        EXPECT_EQ(TIteradorFitxers().GetLlistaFitxers(list, L"*.dat", none, 0), 0);
+        ASSERT_EQ(list.GetCount(), 1);
+        EXPECT_STREQ(list.GetHead(), L"here.dat");
+        Log folders;
+        Log root;
+        EXPECT_EQ(TIteradorFitxers().IteraCarpetes(&Log::Add, root.User(), L"\\", 0), 0);
+        EXPECT_EQ(TIteradorFitxers().IteraCarpetes([](const wchar_t*, const wchar_t* name, int level,
+                                                      long user) { return Log::Add(L"", name, level, user); },
+                                                   folders.User(), none, 0),
+                  0);
+        EXPECT_EQ(Sorted(folders.Names()), Sorted(root.Names()));
+    }
+    SetCurrentDirectoryW(before);
+}
+
+TEST_F(TIteradorFitxersTest, CodeMinus5WithoutAPattern) {
+    folder.Write(L"a", "x");
+    Log log;
+    EXPECT_EQ(Files(log, L"", 0), -5);
+    EXPECT_EQ(Files(log, nullptr, 0), -5);
+    EXPECT_EQ(TIteradorFitxers().IteraFitxers(&Log::Add, log.User(), nullptr, nullptr, 0), -5);
+    EXPECT_TRUE(log.calls.empty());
+}
+
 TEST_F(TIteradorFitxersTest, PatternAndFolderMayBeInQuotes) {
     folder.Write(L"a.dat", "x");
     CStringList list;
