@@ -5,6 +5,10 @@
 // around its own work, and nested openings share one handle through a count. Elsewhere than on Windows the
 // registry is a store of the library's own with the same rules (docs/registry.md).
 //
+// What was written survives the end of the process, whatever ends it, and several processes may write at
+// once. A power failure may take what was written in the last moments, on both systems; RegFlushKey waits for
+// the disk.
+//
 // A path that begins with "." is relative to the application's base folder: "Software\\<registry
 // key>\\<profile name>" as the application object has them, else "Software\\Mirvanet\\<title>" with the
 // program's string resource 57344, or whatever SetCarpetaBaseApp set.

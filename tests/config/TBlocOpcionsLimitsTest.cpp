@@ -3,11 +3,13 @@
 
 #include "alloc_failure.h"
 #include "layout.h"
+#include "small_stack.h"
 #include "temp_folder.h"
 #include "throws.h"
 #include "XMLNode.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <memory>
 
@@ -228,65 +230,105 @@ TEST(TBlocOpcionsMemory, XmlThatCannotBePutTogetherThrows) {
     EXPECT_TRUE(folder.Read(L"options.xml") == whole);
 }
 
-// ---- Depth
+// ---- Depth, on the stack of a thread of a Windows program
 
-TEST(TBlocOpcionsDepth, TenThousandLevelsAreLoadedCopiedAndWalked) {
-    const std::string data = Nested(10000);
-    TBlocOpcions block;
-    EXPECT_EQ(Load(block, data), 0);
-    EXPECT_EQ(DataOf(block), data);
-    const std::unique_ptr<TBlocOpcions> clone(block.Duplicar());
-    EXPECT_EQ(DataOf(*clone), data);
-    struct Visit {
-        static int __stdcall Each(const wchar_t*, ITEMBLOCOPCIONS& item, long user) {
-            *reinterpret_cast<unsigned*>(user) = item.dwMida;
-            return 5;
-        }
-    };
-    unsigned size = 0;
-    EXPECT_EQ(block.Enumerar(Visit::Each, reinterpret_cast<long>(&size)), 5);
-    EXPECT_EQ(size, data.size() - 19);
-    std::unique_ptr<TBlocOpcions> at(clone->TornaSubBloc(L"n"));
-    int levels = 0;
-    for (; at; at.reset(at->TornaSubBloc(L"n"))) {
-        ++levels;
-        if (levels % 1000 == 0) {
-            EXPECT_EQ(NamesOf(*at), Names{L"n"});
-        }
+namespace {
+
+constexpr int Deep = 10000;
+
+class TBlocOpcionsDepth : public testing::Test {
+protected:
+    static void OnSmallStack(const std::function<void()>& work) {
+        EXPECT_TRUE(RunOnStack(SMALL_STACK, work));
     }
-    EXPECT_EQ(levels, 10000);
+};
+
+} // namespace
+
+TEST_F(TBlocOpcionsDepth, TenThousandLevelsAreLoadedCopiedWalkedAndFreed) {
+    OnSmallStack([] {
+        const std::string data = Nested(Deep);
+        TBlocOpcions block;
+        EXPECT_EQ(Load(block, data), 0);
+        EXPECT_EQ(DataOf(block), data);
+        const std::unique_ptr<TBlocOpcions> clone(block.Duplicar());
+        EXPECT_EQ(DataOf(*clone), data);
+        const TBlocOpcions copy(&block);
+        EXPECT_EQ(DataOf(copy), data);
+        struct Visit {
+            static int __stdcall Each(const wchar_t*, ITEMBLOCOPCIONS& item, long user) {
+                *reinterpret_cast<unsigned*>(user) = item.dwMida;
+                return 5;
+            }
+        };
+        unsigned size = 0;
+        EXPECT_EQ(block.Enumerar(Visit::Each, reinterpret_cast<long>(&size)), 5);
+        EXPECT_EQ(size, data.size() - 19);
+        std::unique_ptr<TBlocOpcions> at(clone->TornaSubBloc(L"n"));
+        int levels = 0;
+        for (; at; at.reset(at->TornaSubBloc(L"n"))) {
+            ++levels;
+            if (levels % 1000 == 0) {
+                EXPECT_EQ(NamesOf(*at), Names{L"n"});
+            }
+        }
+        EXPECT_EQ(levels, Deep);
+        block.Reset();
+        EXPECT_EQ(DataOf(block), "DRIVER-BLOC");
+    });
 }
 
-TEST(TBlocOpcionsDepth, TenThousandLevelsAreReadByPath) {
-    TBlocOpcions block;
-    Load(block, Nested(10000));
-    std::wstring path = L"n";
-    for (int i = 0; i < 10000; ++i)
-        path += L"/n";
-    EXPECT_EQ(block.TornaValorInt32(path.c_str(), 0), 7);
-    EXPECT_EQ(block.TornaValorInt32((path + L"/n").c_str(), 5), 5);
+TEST_F(TBlocOpcionsDepth, TenThousandLevelsAreBuiltFromTheInside) {
+    OnSmallStack([] {
+        auto block = std::make_unique<TBlocOpcions>();
+        block->EntraValorInt32(L"n", 7);
+        for (int i = 0; i < Deep; ++i) {
+            auto outer = std::make_unique<TBlocOpcions>();
+            EXPECT_EQ(outer->EntraSubBloc(L"n", block.get()), 0);
+            block = std::move(outer);
+        }
+        EXPECT_EQ(DataOf(*block), Nested(Deep));
+    });
 }
 
-TEST(TBlocOpcionsDepth, TenThousandLevelsBecomeXml) {
-    TBlocOpcions block;
-    Load(block, Nested(10000));
-    ITEMBLOCOPCIONS item;
-    ASSERT_EQ(block.Buscar(L"n", item), 1);
-    XMLNode root = XMLNode::createXMLTopNode(L"top");
-    EXPECT_EQ(TBlocOpcions::_fnAfegirNodesXML(L"n", item, reinterpret_cast<long>(&root)), 0);
-    int levels = 0;
-    XMLNode node = root.getChildNode(0);
-    for (; node.nChildNode() == 1; node = node.getChildNode(0))
-        ++levels;
-    EXPECT_EQ(levels, 10000);
-    EXPECT_STREQ(node.getText(), L"7");
+TEST_F(TBlocOpcionsDepth, TenThousandLevelsAreReadByPath) {
+    OnSmallStack([] {
+        TBlocOpcions block;
+        Load(block, Nested(Deep));
+        std::wstring path = L"n";
+        for (int i = 0; i < Deep; ++i)
+            path += L"/n";
+        EXPECT_EQ(block.TornaValorInt32(path.c_str(), 0), 7);
+        EXPECT_EQ(block.TornaValorInt32((path + L"/n").c_str(), 5), 5);
+        EXPECT_EQ(block.EntraValorInt32(path.c_str(), 8), 0);
+        EXPECT_EQ(block.TornaValorInt32(path.c_str(), 0), 7) << "a path stores nothing";
+    });
 }
 
-TEST(TBlocOpcionsDepth, DeepXmlIsWritten) {
+TEST_F(TBlocOpcionsDepth, TenThousandLevelsBecomeXml) {
+    OnSmallStack([] {
+        TBlocOpcions block;
+        Load(block, Nested(Deep));
+        ITEMBLOCOPCIONS item;
+        ASSERT_EQ(block.Buscar(L"n", item), 1);
+        XMLNode root = XMLNode::createXMLTopNode(L"top");
+        EXPECT_EQ(TBlocOpcions::_fnAfegirNodesXML(L"n", item, reinterpret_cast<long>(&root)), 0);
+        int levels = 0;
+        XMLNode node = root.getChildNode(0);
+        for (; node.nChildNode() == 1; node = node.getChildNode(0))
+            ++levels;
+        EXPECT_EQ(levels, Deep);
+        EXPECT_STREQ(node.getText(), L"7");
+    });
+}
+
+TEST_F(TBlocOpcionsDepth, TenThousandLevelsAreWrittenAsXml) {
     // A tab a level makes the file grow with the square of the depth.
-    TBlocOpcions block;
-    Load(block, Nested(2000));
-    const TempFolder folder;
-    EXPECT_EQ(block.ToFitxerXML(folder.Path(L"options.xml").c_str()), 0);
-    EXPECT_GT(folder.Read(L"options.xml").size(), 2u * 2000 * 2000);
+    OnSmallStack([] {
+        TBlocOpcions block;
+        Load(block, Nested(Deep));
+        const TempFolder folder;
+        EXPECT_EQ(block.ToFitxerXML(folder.Path(L"options.xml").c_str()), 0);
+        EXPECT_GT(std::filesystem::file_size(folder.Root() / "options.xml"), 2u * Deep * Deep);
+    });
 }
