@@ -1,4 +1,4 @@
-// Windows keeps these answers in the registry.
+// The answers that Windows keeps in the registry, from the registry of the target.
 #include "SystemName.h"
 
 namespace {
@@ -26,21 +26,19 @@ private:
 } // namespace
 
 bool ReadProductType(CString& type) {
-    constexpr DWORD bytes = 80;
     const MachineKey key(L"SYSTEM\\CurrentControlSet\\Control\\ProductOptions");
-    wchar_t text[bytes / sizeof(wchar_t) + 1] = L"";
-    DWORD size = bytes;
-    if (!key.IsOpen() || RegQueryValueExW(key.Get(), L"ProductType", nullptr, nullptr,
-                                          reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS)
+    unsigned char data[80];
+    DWORD size = sizeof data;
+    if (!key.IsOpen() ||
+        RegQueryValueExW(key.Get(), L"ProductType", nullptr, nullptr, data, &size) != ERROR_SUCCESS)
         return false;
-    type = text;
+    // UTF-16 whatever a wchar_t is.
+    type.Empty();
+    for (DWORD i = 0; i + 1 < size && (data[i] | data[i + 1]) != 0; i += 2)
+        type += static_cast<wchar_t>(data[i] | data[i + 1] << 8);
     return true;
 }
 
 bool HasServicePack6a() {
     return MachineKey(L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Hotfix\\Q246009").IsOpen();
-}
-
-CString NameOfOtherSystem(const OSVERSIONINFOEXW&) {
-    return CString();
 }

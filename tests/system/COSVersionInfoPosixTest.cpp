@@ -14,12 +14,6 @@ TEST(COSVersionInfoPosixTest, NameIsTheKernels) {
     EXPECT_EQ(AfxGetOSVersionInfo()->EsWindows9x(), 0);
 }
 
-TEST(COSVersionInfoPosixTest, RecordOfAWindowsSystemHasNoRegistryBesideIt) {
-    EXPECT_EQ(Record(2, 4, 0, 1381, L"SP").Plain().Name(), L"");
-    EXPECT_EQ(Record(2, 4, 0, 1381, L"Service Pack 6").Name(),
-              L"Microsoft Windows NT Professional Service Pack 6 (Build 1381)");
-}
-
 TEST(COSVersionInfoPosixTest, OtherSizesOfARecordAreRefused) {
     OSVERSIONINFOEXW record = {};
     auto* plain = reinterpret_cast<OSVERSIONINFOW*>(&record);

@@ -1,0 +1,5 @@
+#include "SystemName.h"
+
+CString NameOfOtherSystem(const OSVERSIONINFOEXW&) {
+    return CString();
+}
