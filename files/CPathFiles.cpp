@@ -263,7 +263,8 @@ int CPathString::CrearCarpeta(const wchar_t* szCarpeta) {
             return 0;
         }
         missing.Add(folder);
-        const int slash = folder.ReverseFind(L'\\');
+        // Both separate folders where the system is called.
+        const int slash = std::max(folder.ReverseFind(L'\\'), folder.ReverseFind(L'/'));
         if (slash <= 0)
             break;
         folder = WithoutFinalBackslash(folder.Left(slash));

@@ -118,9 +118,10 @@ public:
 
     // ---- Folders and files; 1 or 0, with the reason as the thread's last error
 
-    // Creates the folder and every missing one above it; 1 also when it exists. Last error 87 for an empty
-    // text, 80 when a file stands there or where one of the folders above it should, else the system's.
-    // Folders made before a failure stay. The member creates the folder part of this path.
+    // Creates the folder and every missing one above it, "/" between them counting like "\\"; 1 also when it
+    // exists. Last error 87 for an empty text, 80 when a file stands there or where one of the folders above
+    // it should, else the system's. Folders made before a failure stay. The member creates the folder part of
+    // this path.
     static int CrearCarpeta(const wchar_t* szCarpeta);
     int CrearCarpeta() const;
     // Deletes a file, with `bForcar` a read-only one too (which loses its attributes even if it stays). 0 for

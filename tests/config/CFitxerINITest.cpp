@@ -616,6 +616,9 @@ TEST_F(CFitxerINITest, TheFolderIsMadeWhenItIsMissing) {
     EXPECT_TRUE(m_folder.Exists(L"x\\y"));
     EXPECT_EQ(file.checkCarpeta(0), 1);
     EXPECT_EQ(Ini(L"bare.ini").checkCarpeta(1), 1);
+    CFitxerINI slashes(m_folder.Path(L"u/v/a.ini").c_str());
+    EXPECT_EQ(slashes.SetString(L"s", L"k", L"v"), 1);
+    EXPECT_EQ(slashes.GetString(L"s", L"k", L""), L"v");
 }
 
 TEST_F(CFitxerINITest, AFolderIsNoFile) {

@@ -360,6 +360,18 @@ TEST_F(CPathStringTest, CreatesEveryMissingFolder) {
     EXPECT_EQ(CPathString::TestCarpeta(In(L"r1\\r2")), 1);
 }
 
+TEST_F(CPathStringTest, CreatesEveryMissingFolderBetweenSlashesToo) {
+    EXPECT_EQ(CPathString::CrearCarpeta(In(L"s/t\\u/v")), 1);
+    EXPECT_EQ(CPathString::TestCarpeta(In(L"s\\t\\u\\v")), 1);
+    EXPECT_EQ(CPathString::CrearCarpeta(In(L"w//x/")), 1) << "doubled, and one at the end";
+    EXPECT_EQ(CPathString::TestCarpeta(In(L"w\\x")), 1);
+    EXPECT_EQ(CPathString(In(L"y/z/file.txt")).CrearCarpeta(), 1);
+    EXPECT_EQ(CPathString::TestCarpeta(In(L"y\\z")), 1);
+    folder.Write(L"file", "x");
+    EXPECT_EQ(CPathString::CrearCarpeta(In(L"file/below")), 0);
+    EXPECT_EQ(GetLastError(), 80u);
+}
+
 TEST_F(CPathStringTest, FolderThatTheSystemRefusesLeavesItsError) {
     const CString name(L'n', 300); // no file system here takes such a name
     SetLastError(0);
