@@ -8,6 +8,8 @@ namespace {
 
 CWinApp theApp;
 
+constexpr UINT_PTR menuTimer = 1;
+
 class Shown : public SampleDialog {
 public:
     explicit Shown(bool menu)
@@ -16,14 +18,17 @@ public:
 
 protected:
     BOOL OnInitDialog() override {
-        const BOOL focus = SampleDialog::OnInitDialog();
-        if (m_menu) {
-            // The menu takes over the messages: the dialog has to be seen before.
-            ShowWindow(SW_SHOWNORMAL);
-            UpdateWindow();
-            PostMessage(WM_COMMAND, Units, 0);
+        if (m_menu)
+            ::SetTimer(GetSafeHwnd(), menuTimer, 500, nullptr); // when the dialog is seen
+        return SampleDialog::OnInitDialog();
+    }
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override {
+        if (message == WM_TIMER && wParam == menuTimer) {
+            ::KillTimer(GetSafeHwnd(), menuTimer);
+            SendMessage(WM_COMMAND, Units, 0);
+            return 0;
         }
-        return focus;
+        return SampleDialog::WindowProc(message, wParam, lParam);
     }
 
 private:
