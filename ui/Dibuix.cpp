@@ -144,6 +144,8 @@ void CDrawItemHelper::PintarFons(const RECT* pRect) const {
 
 void CDrawItemHelper::PintarText(const wchar_t* szText, const RECT* pRect, unsigned int nFormat,
                                  unsigned int nStockFont) const {
+    if (!szText)
+        return;
     const CDCSelectStockObject font(m_pDC, static_cast<int>(nStockFont));
     const CDCSetTextAlign align(m_pDC, 0);
     const CDCSetTextColor text(m_pDC, m_crText);

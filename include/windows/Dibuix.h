@@ -133,7 +133,8 @@ public:
     // Fills the rectangle with the background colour.
     void PintarFons(const RECT* pRect) const;
     // Draws the text in the text colour, transparent, in a stock font, with the DT_ flags of DrawText.
-    // Without a rectangle the item's is used, one pixel narrower on the left and on the right.
+    // Without a rectangle the item's is used, one pixel narrower on the left and on the right. A null text
+    // draws nothing.
     void PintarText(const wchar_t* szText, const RECT* pRect, unsigned int nFormat,
                     unsigned int nStockFont) const;
     // Draws the focus rectangle; with `bNomesAmbFocus` not 0 only when the item has the focus or the action

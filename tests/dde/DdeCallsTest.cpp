@@ -432,6 +432,26 @@ TEST_F(DdeCallsTest, AnswerToSuchARequestIsFreedAndReturned) {
                               "Transaction null 0 0 103 1 8368 500", "FreeData 301", "Disconnect 0"}));
 }
 
+TEST_F(DdeCallsTest, CopiesShareTheHandlesAndMakeNone) {
+    Conversation conversation;
+    Connected(conversation);
+    {
+        Conversation copy(conversation);
+        Conversation assigned;
+        assigned = conversation;
+        for (Conversation* one : {&copy, &assigned}) {
+            EXPECT_EQ(one->m_dwInstancia, conversation.m_dwInstancia);
+            EXPECT_EQ(one->m_hszServei, conversation.m_hszServei);
+            EXPECT_EQ(one->m_hszTopic, conversation.m_hszTopic);
+            EXPECT_EQ(one->Conectat(), 1);
+        }
+        EXPECT_TRUE(Calls().empty());
+    }
+    // Each copy ends what it shares: two of them here.
+    EXPECT_EQ(Calls(), (Lines{"FreeString 1 101", "FreeString 1 102", "Uninitialize 1", "FreeString 1 101",
+                              "FreeString 1 102", "Uninitialize 1"}));
+}
+
 TEST_F(DdeCallsTest, SlotsForwardToTheirConversations) {
     Interface client(&Unused);
     ASSERT_EQ(client.Conectar(L"S", L"T"), 0);

@@ -30,6 +30,7 @@ struct Handler : TDDEInterface {
     using TDDEInterface::m_dwInstancia;
     using TDDEInterface::m_hszServei;
     using TDDEInterface::m_hszTopics;
+    using TDDEInterface::m_pfnCallback;
     using TDDEInterface::m_strServei;
     using TDDEInterface::m_strTopics;
     using TDDEInterface::TDDEInterface;
@@ -146,6 +147,39 @@ TEST_F(TDDEInterfaceTest, TopicWithoutAHandleIsRefusedWhileRunning) {
     EXPECT_EQ(handler.m_strTopics[1].GetLength(), 300);
 }
 
+TEST_F(TDDEInterfaceTest, EmptyNameTakesNoSlot) {
+    EXPECT_EQ(handler.AfegirNouTopic(L""), 1);
+    EXPECT_EQ(handler.BuscarTopicLliure(), 1);
+    Start();
+    EXPECT_EQ(handler.AfegirNouTopic(L""), 0); // no string handle is empty
+    EXPECT_EQ(handler.BuscarTopicLliure(), 1);
+    EXPECT_EQ(handler.m_hszTopics[1], nullptr);
+    EXPECT_EQ(handler.BorrarTopic(L""), 1); // the first free slot
+    EXPECT_EQ(handler.BuscarTopicLliure(), 1);
+    EXPECT_EQ(handler.m_strTopics[0], L"T0");
+}
+
+TEST_F(TDDEInterfaceTest, TwoTopicsOfOneNameAreRemovedOneByOne) {
+    EXPECT_EQ(handler.AfegirNouTopic(L"t0"), 1);
+    Start();
+    EXPECT_EQ(handler.m_hszTopics[0], handler.m_hszTopics[1]);
+    EXPECT_EQ(handler.BorrarTopic(L"T0"), 1);
+    EXPECT_EQ(handler.m_strTopics[1], L"t0");
+    EXPECT_EQ(handler.Call(XTYP_CONNECT, handler.m_hszTopics[1]), 1u);
+    EXPECT_EQ(handler.BorrarTopic(L"T0"), 1);
+    EXPECT_EQ(handler.BorrarTopic(L"T0"), 0);
+}
+
+TEST_F(TDDEInterfaceTest, CommandForARemovedTopicHasNoTopicsName) {
+    FillTopics();
+    Start();
+    EXPECT_EQ(handler.BorrarTopic(L"T3"), 1);
+    const HDDEDATA data = handler.Data(L"x", 2 * sizeof(wchar_t));
+    EXPECT_EQ(handler.Call(XTYP_EXECUTE, handler.m_hszTopics[3], nullptr, data), ULONG_PTR{DDE_FACK});
+    EXPECT_EQ(handler.topic, L"");
+    DdeFreeDataHandle(data);
+}
+
 TEST_F(TDDEInterfaceTest, RemovedTopicLeavesItsHandleInTheSlot) {
     FillTopics();
     Start();
@@ -198,9 +232,16 @@ TEST_F(TDDEInterfaceTest, CopySharesEveryHandle) {
         EXPECT_EQ(copy.m_hszServei, handler.m_hszServei);
         EXPECT_EQ(copy.m_hszTopics[0], handler.m_hszTopics[0]);
         EXPECT_EQ(copy.m_strTopics[0], L"T0");
-        Handler other(&Unused);
+        Handler other(nullptr);
         other = copy;
         EXPECT_EQ(other.m_dwInstancia, handler.m_dwInstancia);
+        EXPECT_EQ(other.m_strServei, L"mvlib62.unit");
+        EXPECT_EQ(other.m_pfnCallback, &Unused);
+        EXPECT_EQ(other.m_hszServei, handler.m_hszServei);
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_EQ(other.m_strTopics[i], handler.m_strTopics[i]);
+            EXPECT_EQ(other.m_hszTopics[i], handler.m_hszTopics[i]);
+        }
         // Only one of the three may end the server.
         other.m_dwInstancia = copy.m_dwInstancia = 0;
     }

@@ -610,6 +610,37 @@ TEST_F(MenuMergeTest, ItemWithTheNumberOfAPopUpAndNoneEndsTheMergeWithOne) {
     EXPECT_EQ(Shape(destination), L"First|B|Second"); // from the last backwards
 }
 
+namespace {
+
+int g_insertsLeft = -1; // how many succeed; -1: all
+std::vector<HMENU> g_refusedMenus;
+
+BOOL WINAPI CountedInsert(HMENU menu, UINT position, UINT flags, UINT_PTR id, LPCWSTR text) {
+    if (g_insertsLeft == 0) {
+        if (flags & MF_POPUP)
+            g_refusedMenus.push_back(reinterpret_cast<HMENU>(id));
+        return FALSE;
+    }
+    g_insertsLeft -= g_insertsLeft > 0;
+    return ::InsertMenuW(menu, position, flags, id, text);
+}
+
+} // namespace
+
+TEST_F(MenuMergeTest, NothingIsInsertedBehindTheFirstFailure) {
+    ASSERT_EQ(PatchImport("mvlib62", {"InsertMenuW", reinterpret_cast<void*>(&CountedInsert)}), 1);
+    g_insertsLeft = 4; // two of the sub-menu, itself, one item
+    EXPECT_EQ(AfxMenuMerge(destination, &source, 1, MF_BYPOSITION), 1);
+    EXPECT_EQ(Shape(destination), L"First|B*|Sub(x|y!)|Second");
+    g_insertsLeft = 2; // the sub-menu's items
+    CMenu other;
+    EXPECT_EQ(AfxMenuMerge(other, &source, 0, MF_BYPOSITION), 1);
+    EXPECT_EQ(other.GetMenuItemCount(), 0);
+    ASSERT_EQ(g_refusedMenus.size(), 1u);
+    EXPECT_FALSE(::IsMenu(g_refusedMenus[0])); // what was built for nothing is destroyed
+    g_insertsLeft = -1;
+}
+
 TEST_F(MenuMergeTest, StatesOfSubMenusGoAlong) {
     ::EnableMenuItem(source, 3, MF_BYPOSITION | MF_GRAYED);
     ::CheckMenuItem(source, 0, MF_BYPOSITION | MF_CHECKED);

@@ -466,6 +466,9 @@ TEST(DrawItemTest, TextIsDrawnOverWhatIsThere) {
     item.PintarText(L"Wi", nullptr, DT_SINGLELINE, DEFAULT_GUI_FONT);
     const CRect all(0, 0, 50, 22);
     EXPECT_EQ(canvas.Count(RGB(250, 0, 250), all), 0);
+    const int drawn = canvas.Count(untouched, all);
+    item.PintarText(nullptr, nullptr, DT_SINGLELINE, DEFAULT_GUI_FONT);
+    EXPECT_EQ(canvas.Count(untouched, all), drawn);
     EXPECT_GT(canvas.Count(::GetSysColor(COLOR_GRAYTEXT), all), 3);
 }
 
