@@ -9,7 +9,7 @@
 // The head of one block; the elements follow it.
 struct CPlex {
     CPlex* pNext;
-    void* pReserved; // keeps the elements aligned as malloc's results are
+    UINT_PTR nElements; // keeps them aligned as malloc's results are, too
 
     void* data() { return this + 1; }
 
@@ -22,9 +22,20 @@ struct CPlex {
         if (p == nullptr)
             AfxThrowMemoryException();
         p->pNext = pHead;
-        p->pReserved = nullptr;
+        p->nElements = nMax;
         pHead = p;
         return p;
+    }
+    // The same blocks in the opposite order.
+    static CPlex* Reversed(CPlex* p) noexcept {
+        CPlex* pHead = nullptr;
+        while (p != nullptr) {
+            CPlex* pNext = p->pNext;
+            p->pNext = pHead;
+            pHead = p;
+            p = pNext;
+        }
+        return pHead;
     }
     // Frees this block and all behind it; null allowed.
     static void FreeDataChain(CPlex* p) noexcept {

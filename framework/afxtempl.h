@@ -54,38 +54,90 @@ inline UINT HashKey(ARG_KEY key) {
         return static_cast<UINT>(static_cast<DWORD_PTR>(key) >> 4);
 }
 
+namespace mvafx {
+
+// The hash of a text, see HashKey, and its length in characters. Null is as empty.
+inline UINT hashText(LPCWSTR key, std::size_t& nLength) {
+    constexpr UINT nLast = 0xFFFF; // beyond it a character is two UTF-16 units
+    nLength = 0;
+    if (key == nullptr)
+        return 0;
+    UINT nHash = 0;
+    LPCWSTR psz = key;
+    // Up to four units at once: a step by itself waits for the one before it.
+    for (;; psz += 4) {
+        const auto a = static_cast<std::uint32_t>(psz[0]);
+        if (a == 0)
+            break;
+        const auto b = static_cast<std::uint32_t>(psz[1]);
+        if (b == 0 && a <= nLast) {
+            nHash = nHash * 33 + a;
+            psz += 1;
+            break;
+        }
+        const auto c = b == 0 ? 0 : static_cast<std::uint32_t>(psz[2]);
+        if (c == 0 && b != 0 && (a | b) <= nLast) {
+            nHash = nHash * (33 * 33) + a * 33 + b;
+            psz += 2;
+            break;
+        }
+        const auto d = c == 0 ? 0 : static_cast<std::uint32_t>(psz[3]);
+        if (c == 0 || (a | b | c | d) > nLast) {
+            for (; *psz != 0; ++psz) {
+                auto unit = static_cast<std::uint32_t>(*psz);
+                if (unit > nLast) {
+                    unit -= nLast + 1;
+                    nHash = nHash * 33 + (0xD800 + ((unit >> 10) & 0x3FF));
+                    unit = 0xDC00 + (unit & 0x3FF);
+                }
+                nHash = nHash * 33 + unit;
+            }
+            break;
+        }
+        if (d == 0) {
+            nHash = nHash * (33 * 33 * 33) + a * (33 * 33) + b * 33 + c;
+            psz += 3;
+            break;
+        }
+        nHash = nHash * (33 * 33 * 33 * 33) + a * (33 * 33 * 33) + b * (33 * 33) + c * 33 + d;
+    }
+    nLength = static_cast<std::size_t>(psz - key);
+    return nHash;
+}
+
+// Whether two blocks are equal; nearly always they are, and short.
+inline bool equalBytes(const void* pFirst, const void* pSecond, std::size_t nBytes) {
+    const auto* p = static_cast<const unsigned char*>(pFirst);
+    const auto* q = static_cast<const unsigned char*>(pSecond);
+    std::uint64_t a[2], b[2];
+    for (; nBytes >= sizeof a; p += sizeof a, q += sizeof b, nBytes -= sizeof a) {
+        std::memcpy(a, p, sizeof a);
+        std::memcpy(b, q, sizeof b);
+        if (((a[0] ^ b[0]) | (a[1] ^ b[1])) != 0)
+            return false;
+    }
+    if (nBytes >= sizeof a[0]) {
+        std::memcpy(a, p, sizeof a[0]);
+        std::memcpy(b, q, sizeof b[0]);
+        if (a[0] != b[0])
+            return false;
+        p += sizeof a[0];
+        q += sizeof b[0];
+        nBytes -= sizeof a[0];
+    }
+    for (; nBytes > 0; --nBytes)
+        if (*p++ != *q++)
+            return false;
+    return true;
+}
+
+} // namespace mvafx
+
 // Texts: h = h * 33 + unit over the UTF-16 units (bytes of 8-bit texts), on every target. Null is as empty.
 template <>
 inline UINT HashKey<LPCWSTR>(LPCWSTR key) {
-    UINT nHash = 0;
-    if (key == nullptr)
-        return nHash;
-    // Four units at once: a step by itself waits for the one before it.
-    for (;; key += 4) {
-        const auto a = static_cast<std::uint32_t>(key[0]);
-        if (a == 0)
-            return nHash;
-        const auto b = static_cast<std::uint32_t>(key[1]);
-        if (b == 0 || (sizeof(wchar_t) > 2 && (a | b) > 0xFFFF))
-            break;
-        const auto c = static_cast<std::uint32_t>(key[2]);
-        const auto d = c == 0 ? 0 : static_cast<std::uint32_t>(key[3]);
-        if (d == 0 || (sizeof(wchar_t) > 2 && (c | d) > 0xFFFF))
-            break;
-        nHash = nHash * (33 * 33 * 33 * 33) + a * (33 * 33 * 33) + b * (33 * 33) + c * 33 + d;
-    }
-    for (; *key != 0; ++key) {
-        auto unit = static_cast<std::uint32_t>(*key);
-        if constexpr (sizeof(wchar_t) > 2) {
-            if (unit > 0xFFFF) {
-                unit -= 0x10000;
-                nHash = nHash * 33 + (0xD800 + ((unit >> 10) & 0x3FF));
-                unit = 0xDC00 + (unit & 0x3FF);
-            }
-        }
-        nHash = nHash * 33 + unit;
-    }
-    return nHash;
+    std::size_t nLength;
+    return mvafx::hashText(key, nLength);
 }
 template <>
 inline UINT HashKey<LPCSTR>(LPCSTR key) {
@@ -125,6 +177,11 @@ namespace mvafx {
 template <class TYPE>
 inline constexpr bool isRelocatable =
     std::is_trivially_copyable_v<TYPE> || std::is_same_v<TYPE, CString> || std::is_same_v<TYPE, CStringA>;
+
+// Elements of which nobody can see in what order they are destroyed. May be specialised for more types.
+template <class TYPE>
+inline constexpr bool isDestroyedUnseen =
+    std::is_trivially_destructible_v<TYPE> || std::is_same_v<TYPE, CString> || std::is_same_v<TYPE, CStringA>;
 
 // Makes an element at p from what a caller handed in.
 template <class TYPE, class ARG_TYPE>
@@ -511,6 +568,40 @@ private:
 
 // ---- CMap
 
+namespace mvafx {
+
+// A key that a map looks for.
+template <class KEY, class ARG_KEY>
+struct Sought {
+    std::remove_reference_t<ARG_KEY>* pKey;
+    UINT nHash;
+
+    explicit Sought(std::remove_reference_t<ARG_KEY>& key)
+        : pKey(&key)
+        , nHash(HashKey<ARG_KEY>(key)) {}
+    bool matches(const KEY& key) const {
+        return CompareElements<KEY, std::remove_reference_t<ARG_KEY>>(&key, pKey);
+    }
+};
+
+// A text among texts: keys that were made from texts hold no NUL, so the length tells most of them apart.
+template <>
+struct Sought<CString, LPCWSTR> {
+    LPCWSTR pszKey;
+    std::size_t nLength;
+    UINT nHash;
+
+    explicit Sought(LPCWSTR key)
+        : pszKey(key)
+        , nHash(hashText(key, nLength)) {}
+    bool matches(const CString& key) const {
+        return static_cast<std::size_t>(key.GetLength()) == nLength &&
+               equalBytes(key.GetString(), pszKey, nLength * sizeof(wchar_t));
+    }
+};
+
+} // namespace mvafx
+
 // A hash map. The bucket of a key is HashKey modulo the table size (17 unless InitHashTable says otherwise);
 // the table is made at the first insertion and goes when the map becomes empty. A walk visits the buckets in
 // ascending order and, inside a bucket, the key that was inserted last first; replacing the value of a key
@@ -554,30 +645,30 @@ public:
 
     // TRUE, and the value in rValue, when the key is there.
     BOOL Lookup(ARG_KEY key, VALUE& rValue) const {
-        CAssoc* p = find(key, HashKey<ARG_KEY>(key));
+        CAssoc* p = find(Sought(key));
         if (p == nullptr)
             return FALSE;
         rValue = p->value;
         return TRUE;
     }
     // The entry, or null. The value may be changed through it.
-    const CPair* PLookup(ARG_KEY key) const { return find(key, HashKey<ARG_KEY>(key)); }
-    CPair* PLookup(ARG_KEY key) { return find(key, HashKey<ARG_KEY>(key)); }
+    const CPair* PLookup(ARG_KEY key) const { return find(Sought(key)); }
+    CPair* PLookup(ARG_KEY key) { return find(Sought(key)); }
 
     // The value of a key, which is inserted with a value-initialised one when it is not there.
     VALUE& operator[](ARG_KEY key) {
-        UINT nHash = HashKey<ARG_KEY>(key);
-        CAssoc* p = find(key, nHash);
-        return (p != nullptr ? p : insert(key, nHash))->value;
+        const Sought sought(key);
+        CAssoc* p = find(sought);
+        return (p != nullptr ? p : insert(key, sought.nHash))->value;
     }
     void SetAt(ARG_KEY key, ARG_VALUE newValue) {
-        UINT nHash = HashKey<ARG_KEY>(key);
-        CAssoc* p = find(key, nHash);
+        const Sought sought(key);
+        CAssoc* p = find(sought);
         if (p != nullptr) {
             p->value = newValue;
             return;
         }
-        p = insert(key, nHash);
+        p = insert(key, sought.nHash);
         try {
             p->value = newValue;
         } catch (...) {
@@ -587,7 +678,7 @@ public:
     }
     // TRUE when the key was there.
     BOOL RemoveKey(ARG_KEY key) {
-        CAssoc* p = find(key, HashKey<ARG_KEY>(key));
+        CAssoc* p = find(Sought(key));
         if (p == nullptr)
             return FALSE;
         remove(p);
@@ -595,11 +686,7 @@ public:
     }
     void RemoveAll() {
         if (m_pHashTable != nullptr) {
-            for (UINT i = 0; i < m_nHashTableSize; ++i)
-                for (CAssoc *p = m_pHashTable[i], *pNext; p != nullptr; p = pNext) {
-                    pNext = p->pNext;
-                    p->~CAssoc();
-                }
+            destroyAll();
             freeTable();
         }
         m_nCount = 0;
@@ -702,6 +789,8 @@ protected:
     INT_PTR m_nBlockSize;
 
 private:
+    using Sought = mvafx::Sought<KEY, ARG_KEY>;
+
     // An open-addressing table of all entries. Slots hold null, an entry, or the mark of a removed one, and
     // the entry's hash, so that entries are looked at only when they are likely to be the right ones.
     struct Slot {
@@ -734,13 +823,33 @@ private:
         m_pHashTable = nullptr;
     }
 
+    void destroyAll() {
+        if constexpr (mvafx::isDestroyedUnseen<KEY> && mvafx::isDestroyedUnseen<VALUE>) {
+            // As they lie in memory, the oldest block first: in the order of the buckets nearly every node
+            // would have to be waited for, by the allocator too.
+            for (CAssoc* p = m_pFreeList; p != nullptr; p = nextFree(p))
+                p->pNext = p; // no entry is its own neighbour
+            m_pBlocks = CPlex::Reversed(m_pBlocks);
+            for (CPlex* pBlock = m_pBlocks; pBlock != nullptr; pBlock = pBlock->pNext) {
+                CAssoc* p = static_cast<CAssoc*>(pBlock->data());
+                for (CAssoc* const pEnd = p + pBlock->nElements; p != pEnd; ++p)
+                    if (p->pNext != p)
+                        p->~CAssoc();
+            }
+        } else {
+            for (UINT i = 0; i < m_nHashTableSize; ++i)
+                for (CAssoc *p = m_pHashTable[i], *pNext; p != nullptr; p = pNext) {
+                    pNext = p->pNext;
+                    p->~CAssoc();
+                }
+        }
+    }
+
     // The usual number of buckets by a multiplication: dividing takes longer than all the rest.
     UINT bucketOf(UINT nHash) const { return m_nHashTableSize == 17 ? nHash % 17 : nHash % m_nHashTableSize; }
 
-    static bool matches(const CAssoc* p, ARG_KEY& key) {
-        return CompareElements<KEY, std::remove_reference_t<ARG_KEY>>(&p->key, &key);
-    }
-    CAssoc* find(ARG_KEY key, UINT nHash) const {
+    CAssoc* find(const Sought& sought) const {
+        const UINT nHash = sought.nHash;
         if (m_pHashTable == nullptr)
             return nullptr;
         if (const Index* pIndex = index()) {
@@ -748,12 +857,12 @@ private:
                 const Slot& slot = pIndex->slots[i];
                 if (slot.p == nullptr)
                     return nullptr;
-                if (slot.nHash == nHash && slot.p != removedMark() && matches(slot.p, key))
+                if (slot.nHash == nHash && slot.p != removedMark() && sought.matches(slot.p->key))
                     return slot.p;
             }
         }
         for (CAssoc* p = m_pHashTable[bucketOf(nHash)]; p != nullptr; p = p->pNext)
-            if (p->nHashValue == nHash && matches(p, key))
+            if (p->nHashValue == nHash && sought.matches(p->key))
                 return p;
         return nullptr;
     }

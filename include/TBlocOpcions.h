@@ -106,6 +106,9 @@ private:
     }
 };
 
+template <>
+inline constexpr bool mvafx::isDestroyedUnseen<ITEMBLOCOPCIONS> = true; // they only free memory
+
 class MVLIB_API TBlocOpcions : public TItem {
 public:
     static const CMirvaRTTI m_rttiTBlocOpcions; // id 13000

@@ -40,6 +40,17 @@ struct Counted {
     static inline bool throwOnCopy = false;
 };
 
+struct UnseenCounted : Counted {
+    using Counted::Counted;
+};
+
+} // namespace
+
+template <>
+inline constexpr bool mvafx::isDestroyedUnseen<UnseenCounted> = true;
+
+namespace {
+
 // An element that keeps a pointer to itself, and so may not be moved as bytes.
 struct Anchored {
     Anchored()
@@ -383,6 +394,52 @@ TEST(CMapTest, KeyHashesAreFixed) {
     EXPECT_EQ(0x123u, HashKey<void*>(reinterpret_cast<void*>(0x1234)));
 }
 
+// Hashing goes by groups of characters; every length and every place of a pair gives what one by one gives.
+TEST(CMapTest, KeyHashIsThatOfTheUnits) {
+    for (std::size_t length = 0; length <= 13; ++length) {
+        for (std::size_t pair = 0; pair <= length; ++pair) {
+            std::wstring text;
+            std::vector<UINT> units;
+            for (std::size_t i = 0; i < length; ++i) {
+                if (i == pair) {
+                    if (sizeof(wchar_t) > 2) {
+                        text += static_cast<wchar_t>(0x1F600 + i);
+                    } else {
+                        text += static_cast<wchar_t>(0xD83D);
+                        text += static_cast<wchar_t>(0xDE00 + i);
+                    }
+                    units.insert(units.end(), {0xD83D, 0xDE00 + static_cast<UINT>(i)});
+                } else {
+                    text += static_cast<wchar_t>(i % 2 != 0 ? 0xFFFF - i : L'a' + i);
+                    units.push_back(static_cast<UINT>(text.back()));
+                }
+            }
+            UINT expected = 0;
+            for (UINT unit : units)
+                expected = expected * 33 + unit;
+            EXPECT_EQ(expected, HashKey<LPCWSTR>(text.c_str())) << length << " " << pair;
+        }
+    }
+}
+
+TEST(CMapTest, TextKeysDifferInAnyCharacter) {
+    CMap<CString, LPCWSTR, int, int> map;
+    // "b" and then "A" hash as "a" and then "b" do, 33 being their distance.
+    const std::wstring middle = L"0123456789";
+    for (std::size_t length = 0; length <= middle.size(); ++length) {
+        const std::wstring first = middle.substr(0, length) + L"bA" + middle;
+        const std::wstring second = middle.substr(0, length) + L"ab" + middle;
+        ASSERT_EQ(HashKey<LPCWSTR>(first.c_str()), HashKey<LPCWSTR>(second.c_str()));
+        map.SetAt(first.c_str(), 1);
+        EXPECT_EQ(nullptr, map.PLookup(second.c_str()));
+        map.SetAt(second.c_str(), 2);
+        EXPECT_EQ(1, map[first.c_str()]);
+        EXPECT_EQ(2, map[second.c_str()]);
+    }
+    map.SetAt(nullptr, 3);
+    EXPECT_EQ(3, map[L""]);
+}
+
 TEST(CMapTest, WalksBucketsUpwardsAndTheLatestKeyFirst) {
     NameMap map;
     EXPECT_EQ(17u, map.GetHashTableSize());
@@ -447,6 +504,30 @@ TEST(CMapTest, ValuesLiveAsLongAsTheyAreHeld) {
         }
         EXPECT_EQ(5, Counted::alive);
     }
+    EXPECT_EQ(0, Counted::alive);
+}
+
+// Values whose order of destruction may be any: they are destroyed block by block.
+TEST(CMapTest, UnseenDestructionReachesEveryEntryOnce) {
+    CMap<CString, LPCWSTR, UnseenCounted, const UnseenCounted&> map(4);
+    std::mt19937 random(2);
+    const auto name = [](unsigned i) {
+        CString text;
+        text.Format(L"name %u", i);
+        return text;
+    };
+    for (int round = 0; round < 30; ++round) {
+        for (int i = 0; i < 200; ++i) {
+            map.SetAt(name(random() % 500), UnseenCounted(i));
+            map.RemoveKey(name(random() % 500));
+        }
+        ASSERT_EQ(map.GetCount(), Counted::alive);
+        if (round % 3 == 0) {
+            map.RemoveAll();
+            ASSERT_EQ(0, Counted::alive);
+        }
+    }
+    map.RemoveAll();
     EXPECT_EQ(0, Counted::alive);
 }
 
