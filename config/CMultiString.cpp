@@ -29,7 +29,7 @@ CMultiString::CMultiString(const wchar_t* const* aszStrings, int n)
 // The offsets are taken over as they are: after an empty string in the middle they say more than the buffer.
 CMultiString::CMultiString(const CMultiString& other)
     : CMultiString() {
-    *this = other;
+    replace(other.m_pBuffer, other.m_nMidaBuffer, other.m_offsets);
 }
 
 CMultiString::~CMultiString() {
@@ -38,7 +38,7 @@ CMultiString::~CMultiString() {
 
 CMultiString& CMultiString::operator=(const CMultiString& other) {
     if (this != &other)
-        replace(other.m_pBuffer, other.m_nMidaBuffer, other.m_offsets);
+        Set(other.m_pBuffer);
     return *this;
 }
 

@@ -35,9 +35,9 @@ public:
     CMultiString(const CMultiString& other);
     ~CMultiString();
 
+    // Replace the content by a copy of a buffer that ends in two NULs (null: by nothing), up to its first
+    // empty string. The buffer may be the list's own. Of another list its buffer is copied likewise.
     CMultiString& operator=(const CMultiString& other);
-    // Replace the content by a copy of a buffer that ends in two NULs (null: by nothing). The buffer may be
-    // the list's own.
     CMultiString& operator=(const wchar_t* szMulti);
     void Set(const wchar_t* szMulti);
 

@@ -260,6 +260,9 @@ TEST_F(CFitxerINITest, WholeNumbersAreReadAsFarAsTheyGo) {
         {L"0xFFFFFFFF", INT_MAX},
         {L"0x", 0},
         {L"0xg", 0},
+        {L"0x-1F", -31}, // what follows the two characters is a number of its own
+        {L"0x 1F", 31},
+        {L"0x0x1F", 31},
         {L"1,5", 1},
     };
     for (const Case& one : cases) {
@@ -329,11 +332,11 @@ TEST_F(CFitxerINITest, LinesAreSplitAtTheEqualsSignAndTheSemicolon) {
 }
 
 TEST_F(CFitxerINITest, LinesWithoutAKeyOrAValueAreLeftOut) {
-    Write(u"[s]\r\nalone\r\nk=\r\nonly=;comment\r\na=b=c\r\n==x=y\r\nm=1;2;3\r\nn=;;4\r\n");
+    Write(u"[s]\r\nalone\r\nk=\r\nonly=;comment\r\na=b=c\r\n==x=y\r\nm=1;2;3\r\nn=;;4\r\no==v\r\np=;\r\n");
     const Pairs pairs = Split(L"s");
-    EXPECT_EQ(pairs.keys, (Names{L"only", L"a", L"x", L"m", L"n"}));
+    EXPECT_EQ(pairs.keys, (Names{L"only", L"a", L"x", L"m", L"n", L"o"}));
     // Delimiters in front are skipped, so a value may come from a comment.
-    EXPECT_EQ(pairs.values, (Names{L"comment", L"b=c", L"y", L"1", L"4"}));
+    EXPECT_EQ(pairs.values, (Names{L"comment", L"b=c", L"y", L"1", L"4", L"=v"}));
 }
 
 TEST_F(CFitxerINITest, PairsAreAppended) {
@@ -619,6 +622,22 @@ TEST_F(CFitxerINITest, TheFolderIsMadeWhenItIsMissing) {
     CFitxerINI slashes(m_folder.Path(L"u/v/a.ini").c_str());
     EXPECT_EQ(slashes.SetString(L"s", L"k", L"v"), 1);
     EXPECT_EQ(slashes.GetString(L"s", L"k", L""), L"v");
+}
+
+TEST_F(CFitxerINITest, DeletingMakesTheFolderToo) {
+    const auto inside = [this](const wchar_t* folder) {
+        return CFitxerINI(Backslashed((std::wstring(folder) + L"\\a.ini").c_str()).c_str());
+    };
+    EXPECT_EQ(inside(L"d1").BorrarClau(L"s", L"k"), 0);
+    EXPECT_EQ(inside(L"d2").BorrarValor(L"s", L"k"), 1);
+    EXPECT_EQ(inside(L"d3").BorrarSeccio(L"s"), 1);
+    EXPECT_EQ(inside(L"d4").SetSeccio(L"s", CMultiString(L"k=v\0")), 1);
+    for (const wchar_t* folder : {L"d1", L"d2", L"d3", L"d4"})
+        EXPECT_TRUE(m_folder.Exists(folder));
+    EXPECT_EQ(inside(L"d4").GetString(L"s", L"k", L""), L"v");
+    // Reading makes nothing.
+    EXPECT_EQ(inside(L"d5").GetString(L"s", L"k", L"default"), L"default");
+    EXPECT_FALSE(m_folder.Exists(L"d5"));
 }
 
 TEST_F(CFitxerINITest, AFolderIsNoFile) {

@@ -118,6 +118,37 @@ TEST(CMultiStringTest, EmptyStringsOfALongerArrayCountButEndTheBufferForOthers) 
     EXPECT_EQ(CMultiString(oneEmpty, 1).GetNumStr(), 0);
 }
 
+TEST(CMultiStringTest, AssignmentCopiesABufferUpToItsFirstEmptyString) {
+    const wchar_t* const withEmpty[] = {L"a", L"", L"b"};
+    const CMultiString list(withEmpty, 3);
+    const CMultiString copy(list);
+    EXPECT_EQ(copy.GetNumStr(), 3);
+    EXPECT_EQ(Buffer(copy), Buffer(list));
+    CMultiString assigned;
+    assigned = list;
+    EXPECT_EQ(Members(assigned), List{L"a"});
+    EXPECT_EQ(Buffer(assigned), BUFFER(L"a\0\0"));
+    CMultiString wide(L"x\0");
+    wide.GetBuffer(50);
+    wide.ReleaseBuffer();
+    assigned = wide;
+    EXPECT_EQ(assigned.GetMidaBuffer(), 3) << "as large as its strings";
+    EXPECT_EQ(list.Buscar(L""), 1);
+    EXPECT_EQ(list.Buscar(L"b"), 2);
+}
+
+TEST(CMultiStringTest, AppendingAfterAnotherFilledTheBufferGoesToItsEnd) {
+    Strings list;
+    wchar_t* buffer = list.GetBuffer(10);
+    std::wmemcpy(buffer, L"ab\0c\0\0", 7);
+    list.ReleaseBuffer();
+    list.Afegir(L"d");
+    EXPECT_EQ(list.GetMidaBuffer(), 12);
+    EXPECT_EQ(Members(list), (List{L"ab", L"c", L"d"}));
+    EXPECT_EQ(list.m_offsets[2], 9) << "behind the size that was asked for";
+    EXPECT_EQ(CMultiString(static_cast<const wchar_t*>(list)).GetNumStr(), 2) << "the buffer ends before it";
+}
+
 TEST(CMultiStringTest, TwoEmptyStringsInAnEmptyListOverwriteItsNuls) {
     const wchar_t* const empties[] = {L"", L""};
     CMultiString list(empties, 2);

@@ -1,13 +1,18 @@
 #include <TCarpetaRegistry.h>
 
 #include "alloc_failure.h"
+#include "layout.h"
 
 #include "afxwin.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -138,6 +143,25 @@ TEST_F(TCarpetaRegistryTest, ExampleUsage) {
     EXPECT_FALSE(Exists());
 }
 
+// ---- Layout
+
+TEST_F(TCarpetaRegistryTest, FieldsAndOperationsStandInTheirOrder) {
+    const Folder folder = At();
+    const std::ptrdiff_t offsets[] = {
+        Offset(folder, folder.m_hClauBase), Offset(folder, folder.m_strCarpeta),
+        Offset(folder, folder.m_hClau),     Offset(folder, folder.m_sa),
+        Offset(folder, folder.m_nOpcions),  Offset(folder, folder.m_nObertures)};
+    EXPECT_EQ(offsets[0], static_cast<std::ptrdiff_t>(sizeof(void*)));
+    EXPECT_TRUE(std::is_sorted(std::begin(offsets), std::end(offsets)));
+    if (WINDOWS_LAYOUT) {
+        EXPECT_EQ(offsets[5], 4 + 4 + 4 + 4 + 12 + 4);
+        EXPECT_EQ(sizeof(TCarpetaRegistry), 36u);
+    }
+    EXPECT_EQ(Slot(&TCarpetaRegistry::Obrir), 1);
+    EXPECT_EQ(Slot(&TCarpetaRegistry::Tancar), 2);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(TCarpetaRegistry::TotsElsValors()), 1u);
+}
+
 // ---- Stored bytes
 
 TEST_F(TCarpetaRegistryTest, TextIsStoredAsUtf16WithItsNul) {
@@ -168,6 +192,14 @@ TEST_F(TCarpetaRegistryTest, RealsAreStoredAsTextWithSixDecimals) {
     EXPECT_EQ(At().TornaValorString(L"d", L""), L"-100000000000000000000.000000");
     EXPECT_EQ(At().EntraValor(L"d", 0.0000004), 0);
     EXPECT_EQ(At().TornaValorString(L"d", L""), L"0.000000");
+}
+
+TEST_F(TCarpetaRegistryTest, RealsWithoutDigitsAreStoredAsTheirWords) {
+    At().EntraValor(L"d", std::numeric_limits<double>::infinity());
+    EXPECT_EQ(At().TornaValorString(L"d", L""), L"inf");
+    EXPECT_EQ(At().TornaValorReal(L"d", 1.0), 0.0) << "which are no numbers when read";
+    At().EntraValor(L"d", -0.0);
+    EXPECT_EQ(At().TornaValorString(L"d", L""), L"-0.000000");
 }
 
 TEST_F(TCarpetaRegistryTest, WholeNumbersAreStoredIn32Bits) {
@@ -273,8 +305,13 @@ TEST_F(TCarpetaRegistryTest, ANumberMayHaveAnyTypeAndUpToFourBytes) {
     EXPECT_EQ(At().TornaValor(L"b", i, 1), 0);
     EXPECT_EQ(i, '5');
     SetRaw(L"b", REG_BINARY, Bytes({1, 2, 3, 4, 5}));
+    ::SetLastError(0);
     EXPECT_EQ(At().TornaValor(L"b", i, 1), 2500);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_MORE_DATA));
     EXPECT_EQ(i, 1);
+    short s = 0;
+    EXPECT_EQ(At().TornaValor(L"b", s, -9), 2500) << "the low half of a longer value is none";
+    EXPECT_EQ(s, -9);
 }
 
 TEST_F(TCarpetaRegistryTest, AMissingValueGivesTheDefaultAnd2500) {
@@ -410,6 +447,17 @@ TEST_F(TCarpetaRegistryTest, AMissingRawValueCopiesAsMuchOfTheDefaultAsTheBuffer
     EXPECT_EQ(At(L"missing").TornaValor(L"x", nullptr, size, def), 2500);
 }
 
+TEST_F(TCarpetaRegistryTest, AMissingFolderCopiesAsMuchOfTheRawDefaultAsTheBufferHolds) {
+    char buffer[8] = "-------";
+    char def[] = "abcdefgh";
+    unsigned long size = 4;
+    EXPECT_EQ(At(L"missing").TornaValor(L"x", buffer, size, def), 2500);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(std::string(buffer, 7), "abcd---");
+    EXPECT_FALSE(Exists(L"missing"));
+}
+
 TEST_F(TCarpetaRegistryTest, BinaryDataComeInANewBlock) {
     SetRaw(L"b", REG_BINARY, "12345");
     unsigned long size = 0;
@@ -540,6 +588,16 @@ TEST_F(TCarpetaRegistryTest, TheFirstOpeningsModeStaysInForce) {
     EXPECT_EQ(folder.m_nObertures, 1);
     folder.Tancar();
     EXPECT_EQ(folder.EntraValor(L"v", 1), 0);
+}
+
+TEST_F(TCarpetaRegistryTest, AKeyMadeByMode3MayBeWrittenAndOneThatWasThereMayNot) {
+    Folder made = At(L"c");
+    EXPECT_EQ(made.Obrir(3), 1);
+    EXPECT_EQ(made.EntraValor(L"v", 1), 0);
+    made.Tancar();
+    EXPECT_EQ(made.Obrir(3), 1);
+    EXPECT_EQ(made.EntraValor(L"v", 2), -2503);
+    EXPECT_EQ(made.TornaValorInt(L"v", 0), 1);
 }
 
 TEST_F(TCarpetaRegistryTest, AFolderThatCannotBeOpenedGivesMinus2500) {
@@ -869,6 +927,32 @@ TEST_F(TCarpetaRegistryTest, AFolderThatMayOnlyBeReadIsNotDeletedForEver) {
     ReadOnlyFolder folder(Root);
     EXPECT_EQ(folder.BorrarCarpeta(nullptr), -2500);
     EXPECT_TRUE(Exists());
+}
+
+// Kept: a list is read with full access.
+TEST_F(TCarpetaRegistryTest, AListIsNotReadFromAFolderThatMayOnlyBeRead) {
+    At().EntraValor(L"m", CMultiString(L"abcd\0"));
+    ReadOnlyFolder folder(Root);
+    CMultiString list;
+    EXPECT_EQ(folder.TornaValor(L"m", list, L"default\0"), 2500);
+    ASSERT_EQ(list.GetNumStr(), 1);
+    EXPECT_STREQ(list[0], L"default");
+    EXPECT_EQ(folder.TornaValorString(L"m", L""), L"abc") << "other reads go";
+    EXPECT_EQ(folder.BorrarValor(L"m"), 0) << "and nothing is deleted";
+    EXPECT_EQ(ValueNames(), Names{L"m"});
+}
+
+TEST_F(TCarpetaRegistryTest, AnOpenFolderIsDeleted) {
+    At(L"f\\a").EntraValor(L"v", 1);
+    Folder folder = At(L"f");
+    folder.Obrir(1);
+    EXPECT_EQ(folder.BorrarCarpeta(nullptr), 0);
+    EXPECT_FALSE(Exists(L"f"));
+    EXPECT_EQ(folder.m_nObertures, 1);
+    EXPECT_EQ(folder.EntraValor(L"v", 1), -2503);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_KEY_DELETED));
+    folder.Tancar();
+    EXPECT_EQ(folder.EntraValor(L"v", 1), 0) << "made anew";
 }
 
 TEST_F(TCarpetaRegistryTest, CopyingAFolderTakesValuesTypesAndSubfolders) {

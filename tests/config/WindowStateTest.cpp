@@ -93,6 +93,12 @@ TEST_F(WindowStateTest, ATextThatIsNoPlacementGives0) {
     EXPECT_EQ(TCarpetaRegistry(Root).LoadWndState(nullptr, L"w", 0), 0);
 }
 
+TEST_F(WindowStateTest, APlacementThatCannotBeWrittenGives0) {
+    TCarpetaRegistry nowhere(L"x", reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x1234)));
+    EXPECT_EQ(nowhere.SaveWndState(&m_window, L"w"), 0);
+    EXPECT_EQ(nowhere.LoadWndState(&m_window, L"w", 0), 0);
+}
+
 TEST_F(WindowStateTest, AWindowThatIsNoneIsNotSaved) {
     CWnd none;
     EXPECT_EQ(TCarpetaRegistry(Root).SaveWndState(&none, L"w"), 0);

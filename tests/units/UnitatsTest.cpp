@@ -196,6 +196,17 @@ TEST_F(UnitatsTest, NamesAndAbbreviations) {
     }
 }
 
+TEST_F(UnitatsTest, TextsHaveTheirNumbers) {
+    const wchar_t* const texts[] = {L"milimeters",  L"centimeters",  L"inches",  L"feet",
+                                    L"mm",          L"cm",           L"in",      L"ft",
+                                    L"&Milimeters", L"&Centimeters", L"&Inches", L"&Feet"};
+    for (unsigned i = 0; i < 12; ++i) {
+        CString text;
+        EXPECT_TRUE(text.LoadString(20350 + i));
+        EXPECT_STREQ(text, texts[i]);
+    }
+}
+
 TEST_F(UnitatsTest, NamesOfTheActiveAndOfInvalidUnits) {
     AfxSetUnitatsActives(UNITATS_FT);
     EXPECT_STREQ(unitNom(UNITATS_ACTIVES), L"feet");
