@@ -4,7 +4,8 @@
 // A node owns its item. A list owns its nodes while its ownership flag is set, as it is at first: it destroys
 // them, with their items, at its end. `Remove` and `Done(1)` destroy; `PullOut`, `Join` and `Done(0)` only
 // take nodes away. A node belongs to one list at a time, and an item to one node. One thread at a time may
-// use a list.
+// use a list. Lists may lie in each other a million levels deep: cloning and destroying them takes no stack
+// per level, unless nodes are of a class of the client's own.
 //
 //     TCrossList list;
 //     list.AddOrderedElem(new TInt(3));
@@ -203,13 +204,16 @@ protected:
         void Reserve(unsigned int nMore);
         void SetAt(const TItem* pItem, TCrossNode* pNode);
         void RemoveKey(const TItem* pItem);
-        void RemoveAll();
         int GetCount() const { return static_cast<int>(m_nCount); }
         // Before nodes are linked more than once: holds each node of the chain once from now on, whatever it
         // held. DestroyNodes then destroys them. Throws the memory exception, with nothing changed.
         void Reset(TCrossNode* pFirst, int nNodes);
         bool IsDoubled() const { return m_bDoubled; }
         void DestroyNodes();
+        // Destroys the nodes of the chain and leaves their items, in its order, in the memory of the table,
+        // which the caller frees. Null, with nothing done, when there is not enough of it or a node is of a
+        // client's class.
+        TItem** Unload(TCrossNode* pFirst, int nNodes);
 
     private:
         struct Lloc {
@@ -235,7 +239,12 @@ protected:
     CMapaNodes m_mapItems;
     int m_bSorted;
 
+    // For destructors: true when the items are left to the loop that deletes this list, which is empty then.
+    bool entregar();
+
 private:
+    class Copier;
+
     void appendClone(const TCrossNode* pNode);
     template <class Insert>
     TCrossNode* WithNode(TItem* pItem, Insert insert);

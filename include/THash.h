@@ -3,7 +3,7 @@
 // A THash owns its items: it destroys the ones that it replaces, deletes or still holds at the end; only
 // `change` and `Done` give items up. Keys live inside the table's slots, at most 261 UTF-16 units each. The
 // number of buckets is chosen once, by `init`; later growth adds slots only. One thread at a time may use a
-// table.
+// table. Destroying tables that lie in each other takes no stack per level.
 //
 //     THash table;
 //     if (table.init(1000) == 0 && table.put(new TInt(7), L"seven") == 0) {
@@ -147,6 +147,7 @@ private:
     struct Ocult; // what lies unseen beside the arrays
 
     Ocult* ocult() const;
+    bool entregar(unsigned int nSlots);
     bool Igual(unsigned int slot, const Clau& key) const;
     unsigned int Trobar(const Clau& key, unsigned int bucket) const;
     unsigned int TrobarText(const Clau& key, unsigned int bucket) const;

@@ -25,8 +25,10 @@ struct DoomedArray {
 };
 
 struct Demolition {
-    const TItem* current; // the item being deleted by the innermost loop of this thread
-    DoomedArray* handedOver;
+    const TItem* current;    // the item being deleted by the innermost loop of this thread
+    TItem* item;             // handed over by that item; goes before what is in the array
+    DoomedArray* handedOver; // likewise
+    int recursion;           // containers that are destroying their items without such a loop
 };
 
 extern constinit thread_local Demolition t_demolition;
@@ -55,6 +57,21 @@ inline bool HandOver(const TItem* container, TItem** items, std::size_t slots, s
     return true;
 }
 
+// For the destructor of `container`: true when the item is now the business of the loop that deletes the
+// container. It goes before the items of an array that the same destructor hands over behind it.
+inline bool HandOverItem(const TItem* container, TItem* item) {
+    Demolition& demolition = t_demolition;
+    if (demolition.current != container)
+        return false;
+    demolition.item = item;
+    return true;
+}
+
+// Whether `container` is being deleted by such a loop.
+inline bool IsNoted(const TItem* container) {
+    return t_demolition.current == container;
+}
+
 // Destroys what a deleted item has handed over, and whatever is handed over in turn.
 void DestroyHandedOver(Demolition& demolition);
 
@@ -73,13 +90,32 @@ public:
             return;
         m_demolition.current = item;
         delete item;
-        if (m_demolition.handedOver != nullptr)
+        m_demolition.current = nullptr; // its address may be another item's by now
+        if (m_demolition.handedOver != nullptr || m_demolition.item != nullptr)
             DestroyHandedOver(m_demolition);
     }
 
 private:
     Demolition& m_demolition;
     const Demolition m_outer;
+};
+
+// For containers with cheaper ways than a loop: as long as few of them lie in each other, their destructors
+// may just recurse.
+class Recursion {
+public:
+    Recursion()
+        : m_demolition(t_demolition) {
+        ++m_demolition.recursion;
+    }
+    Recursion(const Recursion&) = delete;
+    Recursion& operator=(const Recursion&) = delete;
+    ~Recursion() { --m_demolition.recursion; }
+
+    bool IsShallow() const { return m_demolition.recursion < 64; }
+
+private:
+    Demolition& m_demolition;
 };
 
 } // namespace mvlib

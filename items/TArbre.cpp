@@ -230,8 +230,8 @@ TArbre::TArbre(const TArbre* pOrigen)
 }
 
 TArbre::~TArbre() {
-    if ((m_wFlags & PROPIETARI) != 0)
-        delete m_pItem;
+    if ((m_wFlags & PROPIETARI) != 0 && m_pItem != nullptr && !mvlib::HandOverItem(this, m_pItem))
+        mvlib::DemolitionLoop().Destroy(m_pItem);
     m_fills.entregar(this);
 }
 

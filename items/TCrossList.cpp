@@ -8,9 +8,12 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <typeinfo>
 #include <utility>
+#include <vector>
 
 #include "afxtempl.h"
+#include "items/Demolition.h"
 #include "TIndicadorEstat.h"
 
 namespace {
@@ -22,6 +25,15 @@ constexpr unsigned int kFirstPlacesLog2 = 4;
 void Couple(TCrossNode* previous, TCrossNode* next) {
     previous->SetNext(next);
     next->SetPrev(previous);
+}
+
+// A client's class may clone and destroy itself in ways of its own.
+bool IsPlainNode(const TCrossNode* node) {
+    return typeid(*node) == typeid(TCrossNode);
+}
+
+bool IsPlainList(const TItem* item) {
+    return typeid(*item) == typeid(TCrossList) || typeid(*item) == typeid(TCircularCrossList);
 }
 
 } // namespace
@@ -181,6 +193,30 @@ void TCrossList::CMapaNodes::DestroyNodes() {
     m_bDoubled = false;
 }
 
+TItem** TCrossList::CMapaNodes::Unload(TCrossNode* pFirst, int nNodes) {
+    const std::size_t room = m_pTable ? (std::size_t{m_nMask} + 1) * sizeof(Lloc) : 0;
+    if (room < static_cast<std::size_t>(nNodes) * sizeof(TItem*) + sizeof(mvlib::DoomedArray)) {
+        return nullptr;
+    }
+    TCrossNode* node = pFirst;
+    for (int i = 0; i < nNodes; ++i, node = node->GetNext()) {
+        if (!node || !IsPlainNode(node)) {
+            return nullptr;
+        }
+    }
+    auto** items = reinterpret_cast<TItem**>(std::exchange(m_pTable, nullptr));
+    m_nMask = 0;
+    m_nCount = 0;
+    node = pFirst;
+    for (int i = 0; i < nNodes; ++i) {
+        TCrossNode* next = node->GetNext();
+        items[i] = node->UnLinkItem();
+        delete node;
+        node = next;
+    }
+    return items;
+}
+
 // --- TCrossList ---
 
 const CMirvaRTTI TCrossList::m_rttiTCrossList(&TItem::m_rttiTItem, "TCrossList", 8, sizeof(TCrossList),
@@ -196,18 +232,95 @@ TCrossList::TCrossList()
     , m_nCount(0)
     , m_bSorted(1) {}
 
+// The deep copy: a stack of half-filled copies, so that lists in each other take no stack of the program.
+class TCrossList::Copier {
+public:
+    // Fills `target`, which is empty. When it throws, all that was copied hangs below `target` and is owned.
+    void Fill(TCrossList* target, const TCrossList* source) {
+        try {
+            Begin(target, source);
+            while (!m_levels.empty()) {
+                Advance();
+            }
+        } catch (const std::bad_alloc&) {
+            AfxThrowMemoryException();
+        }
+        for (TCrossList* list : m_notOwning) {
+            list->m_bPropietari = 0;
+        }
+    }
+
+private:
+    struct Level {
+        TCrossList* target;
+        const TCrossList* source;
+        const TCrossNode* node; // the next to be cloned
+        int left;
+    };
+
+    void Begin(TCrossList* target, const TCrossList* source) {
+        target->m_bSorted = source->m_bSorted;
+        if (source->m_bPropietari) {
+            target->m_bPropietari = source->m_bPropietari;
+        } else {
+            m_notOwning.push_back(target);
+        }
+        m_levels.push_back({target, source, source->GetFirst(), source->m_nCount});
+    }
+
+    void Advance() {
+        Level& level = m_levels.back();
+        while (level.left > 0 && level.node) {
+            const TCrossNode* node = level.node;
+            level.node = level.source->GetNext(node);
+            --level.left;
+            if (!IsPlainNode(node) || !node->GetItem() || !IsPlainList(node->GetItem())) {
+                level.target->appendClone(node);
+                continue;
+            }
+            // As its Duplicar would do: a node of that kind, holding a plain list.
+            std::unique_ptr<TCrossNode> clone(new (std::nothrow) TCrossNode);
+            if (!clone) {
+                AfxThrowMemoryException();
+            }
+            auto* list = new (std::nothrow) TCrossList;
+            clone->SetItem(list);
+            level.target->InsertLast(clone.get());
+            static_cast<void>(clone.release());
+            if (list) {
+                Begin(list, static_cast<const TCrossList*>(node->GetItem()));
+                return;
+            }
+        }
+        m_levels.pop_back();
+    }
+
+    std::vector<Level> m_levels;
+    std::vector<TCrossList*> m_notOwning;
+};
+
 TCrossList::TCrossList(const TCrossList* pLlista)
     : TCrossList() {
-    m_bSorted = pLlista->m_bSorted;
-    const TCrossNode* node = pLlista->GetFirst();
-    for (int left = pLlista->m_nCount; left > 0 && node; --left, node = pLlista->GetNext(node)) {
-        appendClone(node);
-    }
-    m_bPropietari = pLlista->m_bPropietari;
+    Copier().Fill(this, pLlista);
 }
 
 TCrossList::~TCrossList() {
-    Done(m_bPropietari);
+    if (!entregar()) {
+        Done(m_bPropietari);
+    }
+}
+
+bool TCrossList::entregar() {
+    if (m_nCount <= 0 || !m_bPropietari || m_mapItems.IsDoubled() || !mvlib::IsNoted(this)) {
+        return false;
+    }
+    const int count = m_nCount;
+    TItem** items = m_mapItems.Unload(m_pFirst, count);
+    if (!items) {
+        return false;
+    }
+    Init();
+    return mvlib::HandOver(this, items, static_cast<std::size_t>(count), static_cast<std::size_t>(count));
 }
 
 TItem* TCrossList::Duplicar() const {
@@ -230,12 +343,18 @@ void TCrossList::Done(int bEliminar) {
         // A Sort that failed linked nodes twice: their links lead nowhere, the index still knows each once.
         m_mapItems.DestroyNodes();
     } else if (bEliminar) {
-        while (!IsEmpty()) {
-            TCrossNode* node = PullOut(GetLast());
-            if (!node) {
-                break;
+        const mvlib::Recursion recursion;
+        if (recursion.IsShallow()) {
+            while (TCrossNode* node = IsEmpty() ? nullptr : PullOut(GetLast())) {
+                delete node;
             }
-            delete node;
+        } else {
+            mvlib::DemolitionLoop loop;
+            while (TCrossNode* node = IsEmpty() ? nullptr : PullOut(GetLast())) {
+                TItem* item = IsPlainNode(node) ? node->UnLinkItem() : nullptr;
+                delete node;
+                loop.Destroy(item);
+            }
         }
     }
     Init();
@@ -659,7 +778,9 @@ TCircularCrossList::TCircularCrossList(const TCircularCrossList* pLlista)
     : TCrossList(pLlista) {}
 
 TCircularCrossList::~TCircularCrossList() {
-    Done(m_bPropietari); // while it is still a ring
+    if (!entregar()) {
+        Done(m_bPropietari); // while it is still a ring
+    }
 }
 
 const CMirvaRTTI* TCircularCrossList::GetRTTI() const {

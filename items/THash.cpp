@@ -11,6 +11,7 @@
 #include <new>
 
 #include "afx.h"
+#include "items/Demolition.h"
 #include "TLlista.h"
 
 namespace {
@@ -219,7 +220,9 @@ THashItem::THashItem(const wchar_t* szClau, TItem* pItem)
 }
 
 THashItem::~THashItem() {
-    delete m_pItem;
+    if (m_pItem && !mvlib::HandOverItem(this, m_pItem)) {
+        mvlib::DemolitionLoop().Destroy(m_pItem);
+    }
 }
 
 TItem* THashItem::Duplicar() const {
@@ -243,13 +246,43 @@ THash::~THash() {
     if (!o) {
         return;
     }
-    for (unsigned int i = 0; i < o->nSlots; ++i) {
-        delete m_pEntrades[i].pItem;
+    if (!entregar(o->nSlots)) {
+        const mvlib::Recursion recursion;
+        if (recursion.IsShallow()) {
+            for (unsigned int i = 0; i < o->nSlots; ++i) {
+                delete m_pEntrades[i].pItem;
+            }
+        } else {
+            mvlib::DemolitionLoop loop;
+            for (unsigned int i = 0; i < o->nSlots; ++i) {
+                loop.Destroy(m_pEntrades[i].pItem);
+            }
+        }
+        std::free(m_pEntrades);
     }
-    std::free(m_pEntrades);
     std::free(o->pAnterior);
     o->DropIndex();
     std::free(o);
+}
+
+// True when the items, and the storage of the slots with them, are left to the loop that is deleting this
+// table.
+bool THash::entregar(unsigned int nSlots) {
+    if (!mvlib::IsNoted(this)) {
+        return false;
+    }
+    // The pointers are gathered at the start of the storage; every slot is larger than what takes its place
+    // and the note behind them.
+    static_assert(sizeof(ENTRADA) >= sizeof(TItem*) + sizeof(mvlib::DoomedArray));
+    auto** items = reinterpret_cast<TItem**>(m_pEntrades);
+    std::size_t count = 0;
+    for (unsigned int i = 0; i < nSlots; ++i) {
+        if (TItem* item = m_pEntrades[i].pItem) {
+            items[count++] = item;
+        }
+    }
+    std::reverse(items, items + count); // the first slot's item goes first
+    return count > 0 && mvlib::HandOver(this, items, count, count);
 }
 
 THash::Ocult* THash::ocult() const {
