@@ -2,6 +2,7 @@
 // may nest.
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "alloc_failure.h"
@@ -15,6 +16,17 @@
 
 namespace {
 
+// A counted item that may stand beside items of other classes.
+class Leaf : public CountedItem {
+public:
+    using CountedItem::CountedItem;
+    TItem* Duplicar() const override {
+        s_cloned.push_back(Value());
+        return new (std::nothrow) Leaf(Value());
+    }
+    int Comparar(const TItem*) const override { return -1; }
+};
+
 class NestedTest : public ListTest {
 protected:
     static TCrossList* CrossList(std::initializer_list<TItem*> items) {
@@ -26,7 +38,7 @@ protected:
     static TCircularCrossList* Ring(std::initializer_list<int> values) {
         auto* ring = new TCircularCrossList;
         for (int value : values)
-            ring->InsertLast(new CountedItem(value));
+            ring->InsertLast(new Leaf(value));
         return ring;
     }
     // The items in the order of their slots.
@@ -57,18 +69,18 @@ protected:
     // `wrap` makes the next container around the one given, so many times.
     template <class Wrap>
     static TItem* Nest(int levels, Wrap wrap) {
-        TItem* top = new CountedItem(1);
+        TItem* top = new Leaf(1);
         for (int i = 0; i < levels; ++i)
             top = wrap(top);
         return top;
     }
     // A mixture of containers, the order in which its items go being 1, 2, 3 ...
     static TItem* Mixture() {
-        TArbre* tree = new TArbre(CrossList({new CountedItem(5), Pair(new CountedItem(4))}), 1);
-        tree->InsertarFill(new TArbre(new CountedItem(7), 1), -1);
-        tree->InsertarFill(new TArbre(Hash({new CountedItem(6), nullptr}), 1), -1);
-        return CrossList({new CountedItem(12), Table(List({new CountedItem(11), Ring({10, 9})})),
-                          Hash({Ring({3, 2, 1}), tree, new CountedItem(8)})});
+        TArbre* tree = new TArbre(CrossList({new Leaf(5), Pair(new Leaf(4))}), 1);
+        tree->InsertarFill(new TArbre(new Leaf(7), 1), -1);
+        tree->InsertarFill(new TArbre(Hash({new Leaf(6), nullptr}), 1), -1);
+        return CrossList({new Leaf(12), Table(List({new Leaf(11), Ring({10, 9})})),
+                          Hash({Ring({3, 2, 1}), tree, new Leaf(8)})});
     }
 };
 
@@ -111,10 +123,10 @@ TEST_F(NestedTest, NodesOfAClientsClassDestroyTheirItemsThemselves) {
     auto* inner = new TCrossList;
     for (int value : {1, 2}) {
         auto* node = new ClientNode;
-        node->SetItem(List({new CountedItem(value)}));
+        node->SetItem(List({new Leaf(value)}));
         inner->InsertLast(node);
     }
-    delete List({new CountedItem(3), inner});
+    delete List({new Leaf(3), inner});
     EXPECT_EQ(CountedItem::s_destroyed, (Ints{-2, 2, -1, 1, 3}));
 }
 
@@ -183,8 +195,8 @@ TEST_F(NestedTest, DeepContainersMayAlsoBeEmptiedAndTheirNodesRemoved) {
 // ---- Deep copies of cross lists
 
 TEST_F(NestedTest, CrossListsInEachOtherAreClonedInOrder) {
-    std::unique_ptr<TCrossList> list(CrossList(
-        {new CountedItem(1), CrossList({new CountedItem(2), Ring({3, 4})}), Ring({5}), new CountedItem(6)}));
+    std::unique_ptr<TCrossList> list(
+        CrossList({new Leaf(1), CrossList({new Leaf(2), Ring({3, 4})}), Ring({5}), new Leaf(6)}));
     std::unique_ptr<TItem> clone(list->Duplicar());
     EXPECT_EQ(CountedItem::s_cloned, (Ints{1, 2, 3, 4, 5, 6}));
     // Kept: the clone of a ring is a plain list.
@@ -203,7 +215,7 @@ TEST_F(NestedTest, CloneOfAnInnerListHasItsFlags) {
     struct Flags : TCrossList {
         static int& Owning(TCrossList* list) { return list->*&Flags::m_bPropietari; }
     };
-    TCrossList* inner = CrossList({new CountedItem(2), new CountedItem(1)});
+    TCrossList* inner = CrossList({new Leaf(1), new Leaf(2)});
     const std::unique_ptr<TCrossList> list(CrossList({inner}));
     Flags::Owning(inner) = 0;
     const std::unique_ptr<TItem> clone(list->Duplicar());
@@ -218,7 +230,7 @@ TEST_F(NestedTest, CloneOfAnInnerListHasItsFlags) {
 TEST_F(NestedTest, NodesOfAClientsClassCloneThemselves) {
     auto* inner = new TCrossList;
     auto* node = new ClientNode;
-    node->SetItem(List({new CountedItem(4)}));
+    node->SetItem(List({new Leaf(4)}));
     inner->InsertLast(node);
     const std::unique_ptr<TCrossList> list(CrossList({inner}));
     const std::unique_ptr<TItem> clone(list->Duplicar());
@@ -237,8 +249,8 @@ TEST_F(NestedTest, AMillionCrossListsInEachOtherAreCloned) {
 }
 
 TEST_F(NestedTest, CloningWithoutMemoryThrowsAndLeavesNothing) {
-    const std::unique_ptr<TCrossList> list(CrossList(
-        {CrossList({new CountedItem(1), Ring({2, 3})}), new CountedItem(4), CrossList({CrossList({})})}));
+    const std::unique_ptr<TCrossList> list(
+        CrossList({CrossList({new Leaf(1), Ring({2, 3})}), new Leaf(4), CrossList({CrossList({})})}));
     const int failures = FailEachAllocation([&] {
         ASSERT_EQ(CountedItem::s_live, 4);
         std::unique_ptr<TItem> clone;
