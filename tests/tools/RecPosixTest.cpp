@@ -378,6 +378,20 @@ TEST_F(RecPosix, AFullStandardOutputGives6) {
     EXPECT_EQ(mvtool({"--help"}, full).code, kWriteFailure);
 }
 
+// Nobody writes into the pipe: opening it would not end.
+TEST_F(RecPosix, APipeOrADeviceIsNoInput) {
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    for (const std::string& path : {Text("pipe"), std::string("/dev/zero"), std::string("/dev/null")}) {
+        for (const char* command : {"list", "tree", "check", "info"}) {
+            const Result result = mvtool({"rec", command, path});
+            EXPECT_EQ(result.code, kNotFound) << command;
+            EXPECT_EQ(result.err, "mvtool: not an ordinary file: " + path + "\n");
+        }
+        EXPECT_EQ(mvtool({"rec", "extract", path, "-C", Text("copy")}).code, kNotFound);
+        EXPECT_FALSE(Exists("copy"));
+    }
+}
+
 TEST_F(RecPosix, ADeviceIsNoOutput) {
     Write("tree/a", "1");
     const Result result = mvtool({"rec", "build", Text("tree"), "-o", "/dev/full"});

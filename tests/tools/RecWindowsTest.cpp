@@ -46,6 +46,12 @@ TEST_F(RecWindows, DevicesDrivesAndPathsAreNeverExtracted) {
     }
 }
 
+TEST_F(RecWindows, ADeviceIsNoInput) {
+    const Result result = mvtool({"rec", "list", "NUL"});
+    EXPECT_EQ(result.code, kNotFound);
+    EXPECT_EQ(result.err, "mvtool: not an ordinary file: NUL\n");
+}
+
 TEST_F(RecWindows, TwoNamesThatDifferOnlyInCaseAreNotMixed) {
     Write("t.rec", RecordBytes().Folder(0, u"A").Folder(0, u"a").End().Bytes());
     EXPECT_EQ(Extract("t.rec", "copy").code, kWriteFailure);

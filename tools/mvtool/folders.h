@@ -108,6 +108,10 @@ bool takesPosixNames();
 /// something else.
 bool folderExists(const std::string& path);
 
+/// True when a pipe, a socket or a device stands at the path: it has no bytes to go back to, and opening it
+/// may wait for ever.
+bool isPipeOrDevice(const std::string& path);
+
 /// Makes an empty folder beside `path` (whose parent must exist: else Failure(notFound)) and returns its
 /// path.
 std::string makeFolderBeside(const std::string& path);

@@ -461,6 +461,11 @@ bool folderExists(const std::string& path) {
     return true;
 }
 
+bool isPipeOrDevice(const std::string& path) {
+    struct stat status {};
+    return stat(slashes(path).c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 std::string makeFolderBeside(const std::string& path) {
     std::string folder = join(parentOf(withoutEndSlashes(slashes(path))), temporaryName());
     if (mkdir(folder.c_str(), 0777) != 0) {

@@ -440,6 +440,16 @@ bool folderExists(const std::string& path) {
     return true;
 }
 
+bool isPipeOrDevice(const std::string& path) {
+    // Not by its long path, in which no name stands for a device.
+    const std::optional<std::wstring> wide = toWide(path);
+    const Handle handle(wide ? CreateFileW(wide->c_str(), 0,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)
+                             : INVALID_HANDLE_VALUE);
+    return handle && GetFileType(handle.get()) != FILE_TYPE_DISK;
+}
+
 std::string makeFolderBeside(const std::string& path) {
     const std::wstring folder =
         parentOf(longPath(wideArgument(path, Exit::writeFailure))) + L'\\' + temporaryName();

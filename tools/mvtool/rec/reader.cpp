@@ -1,5 +1,6 @@
 #include "reader.h"
 
+#include "../folders.h"
 #include "../text.h"
 #include "CFileBuffer.h"
 #include "TIndicadorEstat.h"
@@ -48,6 +49,9 @@ Damage::Damage(std::uint64_t offset, std::uint64_t record, int code, const std::
     , m_code(code) {}
 
 std::unique_ptr<CFile> openRecordFile(const std::string& path) {
+    if (isPipeOrDevice(path)) {
+        throw Failure(Exit::notFound, "not an ordinary file: " + displayText(path));
+    }
     try {
         return std::make_unique<CFileBuffer>(
             widePath(path).c_str(), CFile::typeBinary | CFile::shareDenyWrite | CFile::modeRead, kReadBlock);

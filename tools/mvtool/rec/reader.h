@@ -26,7 +26,8 @@ private:
     int m_code;
 };
 
-/// Opens a file for reading. Failure(notFound) with the system's reason when that fails.
+/// Opens a file for reading. Failure(notFound) with the system's reason when that fails, and for what is no
+/// ordinary file.
 std::unique_ptr<CFile> openRecordFile(const std::string& path);
 
 /// Walks the records of any record file. The file belongs to the caller.
