@@ -39,7 +39,7 @@ public:
     // without a message the part from the colon on is left out. The kind is a text for codes -1 and -2 and
     // "?" for all others. Always answers 1 (with a null buffer nothing is written). `nMaxError` and
     // `pnHelpContext` are not looked at: the buffer must hold 1,024 characters, and a longer text is cut to
-    // 1,023.
+    // 1,023. Without memory to put the text together it is "Exception <code>", in no language.
     BOOL GetErrorMessage(wchar_t* pszError, unsigned int nMaxError,
                          unsigned int* pnHelpContext = nullptr) const override;
     BOOL GetErrorMessage(wchar_t* pszError, unsigned int nMaxError,

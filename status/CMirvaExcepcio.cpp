@@ -5,9 +5,13 @@
 
 #include "afxwin.h"
 
+#include <cwchar>
+#include <iterator>
+
 namespace {
 
 constexpr UINT MessageCapacity = 1024;
+constexpr wchar_t WithoutMemory[] = L"Exception "; // the code follows
 
 } // namespace
 
@@ -28,20 +32,27 @@ int CMirvaExcepcio::EsCancel() const {
 BOOL CMirvaExcepcio::GetErrorMessage(wchar_t* pszError, unsigned int, unsigned int*) const {
     if (!pszError)
         return TRUE;
-    CString kind(L"?");
-    if (m_nCodi == -1)
-        kind = AfxLoadString(IDS_EXCEPCIO_MEMORIA);
-    else if (m_nCodi == -2)
-        kind = AfxLoadString(IDS_EXCEPCIO_NO_SUPORTAT);
+    try {
+        CString kind(L"?");
+        if (m_nCodi == -1)
+            kind = AfxLoadString(IDS_EXCEPCIO_MEMORIA);
+        else if (m_nCodi == -2)
+            kind = AfxLoadString(IDS_EXCEPCIO_NO_SUPORTAT);
 
-    CString text;
-    if (m_strMissatge.IsEmpty())
-        text.Format(AfxLoadString(IDS_EXCEPCIO), m_nCodi, kind.GetString(), m_strModul.GetString());
-    else
-        text.Format(AfxLoadString(IDS_EXCEPCIO_MISSATGE), m_nCodi, kind.GetString(), m_strModul.GetString(),
-                    m_strMissatge.GetString());
-    // Kept: the caller's capacity does not count, every caller brings 1,024 characters.
-    wcsncpy_s(pszError, MessageCapacity, text, _TRUNCATE);
+        CString text;
+        if (m_strMissatge.IsEmpty())
+            text.Format(AfxLoadString(IDS_EXCEPCIO), m_nCodi, kind.GetString(), m_strModul.GetString());
+        else
+            text.Format(AfxLoadString(IDS_EXCEPCIO_MISSATGE), m_nCodi, kind.GetString(),
+                        m_strModul.GetString(), m_strMissatge.GetString());
+        // Kept: the caller's capacity does not count, every caller brings 1,024 characters.
+        wcsncpy_s(pszError, MessageCapacity, text, _TRUNCATE);
+    } catch (CMemoryException* noMemory) {
+        // Whoever asks is dealing with an exception already, perhaps because memory ran out.
+        noMemory->Delete();
+        std::wcscpy(pszError, WithoutMemory);
+        _itow(m_nCodi, pszError + std::size(WithoutMemory) - 1, 10);
+    }
     return TRUE;
 }
 

@@ -116,6 +116,23 @@ TEST_F(CMirvaExcepcioTest, TextOfExactly1023CharactersIsWhole) {
     EXPECT_EQ(text.back(), L'.');
 }
 
+TEST_F(CMirvaExcepcioTest, TextWithoutMemoryNamesTheCode) {
+    const Caught e = Make(-1, L"x", L"M");
+    const std::wstring whole = TextOf(*e);
+    int cut = 0;
+    const int failures = FailEachAllocation([&] {
+        const std::wstring text = TextOf(*e);
+        if (text == L"Exception -1")
+            ++cut;
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_GT(cut, 0);
+    EXPECT_EQ(TextOf(*e), whole);
+    // A box is shown all the same.
+    MessageCapture boxes(IDOK);
+    FailEachAllocation([&] { EXPECT_EQ(e->ReportError(MB_OK, 0), IDOK); });
+}
+
 TEST_F(CMirvaExcepcioTest, BothTextOperationsAgreeAndANullBufferIsLeftAlone) {
     const Caught e = Make(7, L"x", L"M");
     const CException& base = *e;
