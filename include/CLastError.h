@@ -9,8 +9,8 @@
 //     }
 //
 // Texts are the system's, in the user's language, with the line break at their end. A number without a text
-// gives the empty string; nothing here throws for that reason. Objects are plain values, to be used by one
-// thread at a time; copies copy every field.
+// gives the empty string; nothing here throws for that reason, only CMemoryException* without memory for one.
+// Objects are plain values, to be used by one thread at a time; copies copy every field.
 #pragma once
 
 #include "mvlib_export.h"

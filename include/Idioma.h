@@ -3,12 +3,11 @@
 // One process-wide language identifier (a Windows LANGID) says in which language string resources are looked
 // for. A string is searched in the caller's module first, then in every library linked into the application's
 // resource chain; there is no fallback from one language to another. This library's own texts lie in separate
-// language modules
-// ("mvlib62_eng", "mvlib62_cat", "mvlib62_esp"); the one that "Lang.ini" names is loaded with the library and
-// stands for it in the resource chain (docs/languages.md).
+// language modules ("mvlib62_eng", "mvlib62_cat", "mvlib62_esp"); the one that "Lang.ini" names is loaded
+// with the library and stands for it in the resource chain (docs/languages.md).
 //
 // Nothing here throws because a resource is missing: the answer is an empty string (or language 1) and a line
-// on the debugger output.
+// on the debugger output. Without memory for a text or an entry of the chain CMemoryException* is thrown.
 //
 // Threads: the current language is one unguarded global; set it once, early. Searches of the resource chain
 // hold the framework's global lock and may run on any thread.

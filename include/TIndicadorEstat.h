@@ -20,7 +20,8 @@
 //     }
 //
 // Operations answer 1 to go on and 0 when the user has cancelled. Library operations that stop because of a
-// cancel answer -5.
+// cancel answer -5. What stores a message or pushes a range throws CMemoryException* when there is no memory
+// for it; message and ranges are then what they were.
 #pragma once
 
 #include "mvlib_export.h"
@@ -75,11 +76,14 @@ public:
     // Replaces the message; null empties it. Any thread.
     virtual void SetMissatge(const wchar_t* pszMissatge);
     // Takes the message from string resource `nID` in the library's current language (AfxLoadStringLang).
+    // Without such a resource the message becomes empty.
     void SetMissatge(unsigned int nID);
-    // Formats with printf rules (`%s` is a wide string) and hands the result to the virtual SetMissatge.
+    // Formats with printf rules (`%s` is a wide string) and hands the result to the virtual SetMissatge. A
+    // null format counts as an empty one.
     void FormatMissatge(const wchar_t* pszFormat, ...);
     // The same with string resource `nID` as the format. It is loaded by the framework's ordinary loader,
-    // whatever language AfxSetLanguage chose, unlike the resources of SetMissatge and Report.
+    // whatever language AfxSetLanguage chose, unlike the resources of SetMissatge and Report. Without such a
+    // resource the message becomes empty.
     void FormatMissatge(unsigned int nID, ...);
     // A copy of the message. Any thread.
     CString GetMissatge();
@@ -148,7 +152,8 @@ public:
 
     // ---- Timer: worker only
 
-    // Enables the timer and starts it now, anew if it was running.
+    // Enables the timer and starts it now, anew if it was running. Without memory it is enabled but does not
+    // run, until Init or the next call.
     virtual void ActivarTimer();
     // Stops and disables the timer.
     virtual void DesactivarTimer();
@@ -157,10 +162,11 @@ public:
 
     // ---- Message boxes
 
-    // Shows `pszText` in a modal box (AfxMessageBox) and returns the box's result. `nTipus`: 0 information, 1
-    // warning, 2 error, anything else no icon. `nIDAjuda` is the help context, 0 for none.
+    // Shows `pszText` (null: an empty text) in a modal box (AfxMessageBox) and returns the box's result.
+    // `nTipus`: 0 information, 1 warning, 2 error, anything else no icon. `nIDAjuda` is the help context, 0
+    // for none.
     virtual int Report(const wchar_t* pszText, int nTipus, unsigned int nIDAjuda);
-    // The same with string resource `nID` in the current language.
+    // The same with string resource `nID` in the current language; an empty text without such a resource.
     int Report(unsigned int nID, int nTipus, unsigned int nIDAjuda);
     // The virtual Report with kind 0, 1 and 2.
     int ReportInfo(const wchar_t* pszText, unsigned int nIDAjuda);

@@ -71,6 +71,7 @@ class MVLIB_API TItem {
 public:
     static const CMirvaRTTI m_rttiTItem; // id 0
 
+    // There is nothing to copy: all three make a plain item. The pointer may be null.
     TItem() = default;
     TItem(const TItem&) {}
     TItem(const TItem*) {}

@@ -114,7 +114,7 @@ public:
     void Init();
     // Frees the storage, after destroying the items from the last to the first when `bEliminar` is not 0.
     void Done(int bEliminar);
-    // Appends `n` null entries through Afegir. 0 or the first negative result.
+    // Appends `n` null entries through Afegir; none when `n` is negative. 0 or the first negative result.
     int CreaBuida(int n);
 
     // The number of entries.

@@ -157,6 +157,20 @@ TEST_P(TSerializerReadTest, RecordOfAnotherLevelIsDeliveredByTheNextCall) {
     EXPECT_EQ(Next(2), 12u);
 }
 
+// Kept: the current level and the level of the current record are one and the same.
+TEST_P(TSerializerReadTest, LevelSetWhileARecordWaitsIsDeliveredWithIt) {
+    TSerializer& file = Open(Family());
+    SER_RECORDHEADER record;
+    EXPECT_EQ(file.NextRecord(record, 3, nullptr), 0);
+    EXPECT_EQ(file.GetNivell(), 0);
+    file.SetNivell(3);
+    EXPECT_EQ(file.NextRecord(record, 3, nullptr), 1);
+    EXPECT_EQ(record.dwId, 10u);
+    EXPECT_EQ(record.nNivell, 3);
+    EXPECT_EQ(file.SkipRecord(-1, nullptr), 1); // nothing behind it has a greater level than that
+    EXPECT_EQ(Next(), 11u);
+}
+
 TEST_P(TSerializerReadTest, TruncatedLastRecordIsNotDelivered) {
     for (std::size_t left = 0; left < 10; ++left) {
         TSerializer& file = Open(Image().Record(5, 3, "abc").Header(6, 0, 0).CutTo(18 + 13 + left));

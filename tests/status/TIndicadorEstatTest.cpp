@@ -159,6 +159,18 @@ TEST_F(TIndicadorEstatTest, FormatFromAResourceDoesNotFollowTheCurrentLanguage) 
     EXPECT_EQ(indicator.GetMissatge(), L"Exception 4 (kind) in module [module].");
 }
 
+TEST_F(TIndicadorEstatTest, NullTextsAndFormatsCountAsEmpty) {
+    indicator.SetMissatge(L"old");
+    indicator.FormatMissatge(static_cast<const wchar_t*>(nullptr));
+    EXPECT_EQ(indicator.GetMissatge(), L"");
+    MessageCapture boxes(IDOK);
+    EXPECT_EQ(indicator.Report(static_cast<const wchar_t*>(nullptr), 0, 0), IDOK);
+    EXPECT_EQ(indicator.Report(64000u, 0, 0), IDOK);
+    ASSERT_EQ(boxes.Count(), 2u);
+    EXPECT_EQ(boxes[0].text, L"");
+    EXPECT_EQ(boxes[1].text, L"");
+}
+
 TEST_F(TIndicadorEstatTest, FormatFromAMissingResourceIsTheEmptyMessage) {
     indicator.SetMissatge(L"old");
     indicator.FormatMissatge(64000u, 1);
