@@ -331,6 +331,44 @@ bool moveTo(FileObject& file, LONGLONG distance, DWORD method, std::uint64_t& po
     return true;
 }
 
+// What reading and writing have in common. `move` moves the bytes from the file's position on and answers an
+// error.
+template <class Move>
+BOOL transfer(HANDLE handle, bool writes, const void* buffer, DWORD size, LPDWORD count,
+              LPOVERLAPPED overlapped, Move move) {
+    const auto refused = [](DWORD error) {
+        SetLastError(error);
+        return BOOL{FALSE};
+    };
+    DWORD unasked = 0;
+    DWORD& done = count ? *count : unasked;
+    done = 0;
+    const PinnedAs<FileObject> file(handle);
+    if (!file)
+        return FALSE;
+    if (overlapped)
+        return refused(ERROR_INVALID_PARAMETER);
+    if (!(writes ? file->canWrite() : file->canRead()))
+        return refused(ERROR_ACCESS_DENIED);
+    if (size == 0)
+        return TRUE;
+    if (!buffer)
+        return refused(writes ? errorInvalidUserBuffer : DWORD{ERROR_NOACCESS});
+    const std::lock_guard<std::mutex> lock(file->m_lock);
+    if (writes && file->m_appends && !file->m_stream && !sizeOf(*file, file->m_position))
+        return FALSE;
+    if (file->m_shared &&
+        isLockedByOther(file->m_shared, &file->m_use, file->m_position, endOf(file->m_position, size)))
+        return refused(ERROR_LOCK_VIOLATION);
+    const DWORD error = move(*file, done);
+    // What was moved before a failure stays so, and the position stands behind it.
+    file->m_position += done;
+    if (error == 0)
+        return TRUE;
+    done = 0;
+    return refused(error);
+}
+
 } // namespace
 } // namespace mvplat
 
@@ -343,79 +381,15 @@ HANDLE CreateFileW(LPCWSTR fileName, DWORD access, DWORD share, LPSECURITY_ATTRI
 }
 
 BOOL ReadFile(HANDLE handle, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped) {
-    DWORD count = 0;
-    DWORD& done = read ? *read : count;
-    done = 0;
-    const PinnedAs<FileObject> file(handle);
-    if (!file)
-        return FALSE;
-    if (overlapped) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    if (!file->canRead()) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
-    if (size == 0)
-        return TRUE;
-    if (!buffer) {
-        SetLastError(ERROR_NOACCESS);
-        return FALSE;
-    }
-    const std::lock_guard<std::mutex> lock(file->m_lock);
-    if (file->m_shared &&
-        isLockedByOther(file->m_shared, &file->m_use, file->m_position, endOf(file->m_position, size))) {
-        SetLastError(ERROR_LOCK_VIOLATION);
-        return FALSE;
-    }
-    const DWORD error = readBlock(*file, buffer, size, file->m_position, done);
-    if (error != 0) {
-        SetLastError(error);
-        return FALSE;
-    }
-    file->m_position += done;
-    return TRUE;
+    return transfer(handle, false, buffer, size, read, overlapped, [&](FileObject& file, DWORD& done) {
+        return readBlock(file, buffer, size, file.m_position, done);
+    });
 }
 
 BOOL WriteFile(HANDLE handle, LPCVOID buffer, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    DWORD count = 0;
-    DWORD& done = written ? *written : count;
-    done = 0;
-    const PinnedAs<FileObject> file(handle);
-    if (!file)
-        return FALSE;
-    if (overlapped) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    if (!file->canWrite()) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return FALSE;
-    }
-    if (size == 0)
-        return TRUE;
-    if (!buffer) {
-        SetLastError(errorInvalidUserBuffer);
-        return FALSE;
-    }
-    const std::lock_guard<std::mutex> lock(file->m_lock);
-    if (file->m_appends && !file->m_stream && !sizeOf(*file, file->m_position))
-        return FALSE;
-    if (file->m_shared &&
-        isLockedByOther(file->m_shared, &file->m_use, file->m_position, endOf(file->m_position, size))) {
-        SetLastError(ERROR_LOCK_VIOLATION);
-        return FALSE;
-    }
-    const DWORD error = writeBlock(*file, buffer, size, file->m_position, done);
-    // What was written before a failure stays written, and the position stands behind it.
-    file->m_position += done;
-    if (error != 0) {
-        done = 0;
-        SetLastError(error);
-        return FALSE;
-    }
-    return TRUE;
+    return transfer(handle, true, buffer, size, written, overlapped, [&](FileObject& file, DWORD& done) {
+        return writeBlock(file, buffer, size, file.m_position, done);
+    });
 }
 
 BOOL SetFilePointerEx(HANDLE handle, LARGE_INTEGER distance, PLARGE_INTEGER position, DWORD method) {

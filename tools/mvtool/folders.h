@@ -1,6 +1,6 @@
 // Folder trees as the packing and unpacking commands see them. One source per target: folders_posix.cpp works
 // on open folders, so that no path limit and no link laid meanwhile matters; folders_win32.cpp works on long
-// paths.
+// paths. What both do alike stands in folders_common.cpp.
 //
 // Names are UTF-16 units on both targets. Every operation throws Failure: notFound for what cannot be read,
 // writeFailure for what cannot be written, damaged where a link stands in the way of something to be written.
@@ -66,6 +66,8 @@ private:
     friend class FolderCursor;
     struct State;
     explicit NewFile(std::unique_ptr<State> state);
+    /// Bytes that the system took, at least one.
+    std::size_t writePiece(const void* data, std::size_t size);
     std::unique_ptr<State> m_state;
 };
 

@@ -1,7 +1,5 @@
-#include "folders.h"
+#include "folders_internal.h"
 
-#include "failure.h"
-#include "system.h"
 #include "text.h"
 #include <algorithm>
 #include <cerrno>
@@ -53,18 +51,29 @@ private:
     int m_fd;
 };
 
-[[noreturn]] void fail(Exit code, const char* what, const std::string& path) {
-    const std::string reason = lastSystemError();
-    throw Failure(code, std::string("cannot ") + what + ' ' + path + ": " + reason);
-}
-
 std::string bytesOf(const std::u16string& name) {
+    checkName(name, u"/");
     std::optional<std::string> bytes = bytesFromUnits(name);
-    if (!bytes || bytes->empty() || *bytes == "." || *bytes == ".." ||
-        bytes->find('/') != std::string::npos || bytes->find('\0') != std::string::npos) {
-        throw Failure(Exit::damaged, "a name that no file can have: " + displayName(name));
+    if (!bytes) {
+        refuseName(name);
     }
     return *std::move(bytes);
+}
+
+There whatItIs(const struct stat& status) {
+    return S_ISDIR(status.st_mode)   ? There::folder
+           : S_ISREG(status.st_mode) ? There::file
+           : S_ISLNK(status.st_mode) ? There::link
+                                     : There::other;
+}
+
+/// What stands in a folder under a name, links not followed. The last error stays.
+There whatIsAt(int folder, const std::string& name) {
+    const int keep = errno;
+    struct stat status {};
+    const bool there = fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    errno = keep;
+    return there ? whatItIs(status) : There::nothing;
 }
 
 std::int64_t nanoseconds(const timespec& time) {
@@ -117,10 +126,6 @@ std::string join(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder.back() == '/' ? folder + name : folder + '/' + name;
 }
 
-std::string temporaryName() {
-    return ".mvtool-" + uniqueText() + ".tmp";
-}
-
 } // namespace
 
 struct SourceFile::State {
@@ -140,7 +145,7 @@ std::size_t SourceFile::read(void* buffer, std::size_t size) {
             return static_cast<std::size_t>(got);
         }
         if (errno != EINTR) {
-            fail(Exit::notFound, "read", m_state->path);
+            failBySystem(Exit::notFound, "read", m_state->path);
         }
     }
 }
@@ -168,18 +173,15 @@ NewFile::NewFile(std::unique_ptr<State> state)
 NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
-void NewFile::write(const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const char*>(data);
-    while (size > 0) {
-        const ssize_t written = ::write(m_state->file.get(), bytes, size);
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            fail(Exit::writeFailure, "write", m_state->path);
+std::size_t NewFile::writePiece(const void* data, std::size_t size) {
+    for (;;) {
+        const ssize_t written = ::write(m_state->file.get(), data, size);
+        if (written > 0) {
+            return static_cast<std::size_t>(written);
         }
-        bytes += written;
-        size -= static_cast<std::size_t>(written);
+        if (written == 0 || errno != EINTR) {
+            failBySystem(Exit::writeFailure, "write", m_state->path);
+        }
     }
 }
 
@@ -187,7 +189,7 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
     State& state = *m_state;
     struct stat status {};
     if (fstat(state.file.get(), &status) != 0) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
     mode_t mode = status.st_mode & 0777;
     if (facts.executable) {
@@ -198,21 +200,13 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
     }
     if ((mode != (status.st_mode & 0777) && fchmod(state.file.get(), mode) != 0) ||
         !setModified(state.file.get(), facts.modified)) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
     // Some file systems report a full disk only here.
     if (close(state.file.release()) != 0) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
-    struct stat there {};
-    if (fstatat(state.folder, state.name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (S_ISLNK(there.st_mode)) {
-            throw Failure(Exit::damaged, "a symbolic link stands in the way: " + state.path);
-        }
-        if (!replace || !S_ISREG(there.st_mode)) {
-            throw Failure(Exit::writeFailure, "exists already: " + state.path);
-        }
-    }
+    checkFilePlace(whatIsAt(state.folder, state.name), replace, state.path);
     int result = 0;
     if (replace) {
         result = renameat(state.folder, state.temporary.c_str(), state.folder, state.name.c_str());
@@ -228,7 +222,7 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
         }
     }
     if (result != 0) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
     state.committed = true;
 }
@@ -265,7 +259,7 @@ struct FolderCursor::State {
     void push(Descriptor folder, std::string name) {
         struct stat status {};
         if (fstat(folder.get(), &status) != 0) {
-            fail(Exit::notFound, "read", path(name));
+            failBySystem(Exit::notFound, "read", path(name));
         }
         levels.push_back({std::move(folder), identityOf(status), std::move(name)});
         if (levels.size() > kOpenFolders) {
@@ -279,7 +273,7 @@ FolderCursor::FolderCursor(const std::string& path)
     const std::string root = withoutEndSlashes(slashes(path));
     Descriptor folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        fail(Exit::notFound, "open the folder", displayText(path));
+        failBySystem(Exit::notFound, "open the folder", displayText(path));
     }
     m_state->push(std::move(folder), root);
 }
@@ -296,7 +290,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t&) {
     Descriptor folder(openat(m_state->current(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     DIR* stream = folder ? fdopendir(folder.get()) : nullptr;
     if (stream == nullptr) {
-        fail(Exit::notFound, "read the folder", m_state->path(""));
+        failBySystem(Exit::notFound, "read the folder", m_state->path(""));
     }
     folder.release();
     const std::unique_ptr<DIR, int (*)(DIR*)> owner(stream, closedir);
@@ -306,7 +300,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t&) {
         const dirent* item = readdir(stream);
         if (item == nullptr) {
             if (errno != 0) {
-                fail(Exit::notFound, "read the folder", m_state->path(""));
+                failBySystem(Exit::notFound, "read the folder", m_state->path(""));
             }
             break;
         }
@@ -318,7 +312,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t&) {
             if (errno == ENOENT) {
                 continue; // gone meanwhile
             }
-            fail(Exit::notFound, "read", m_state->path(item->d_name));
+            failBySystem(Exit::notFound, "read", m_state->path(item->d_name));
         }
         FolderEntry entry;
         entry.name = unitsFromBytes(item->d_name);
@@ -334,8 +328,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t&) {
         }
         entries.push_back(std::move(entry));
     }
-    std::sort(entries.begin(), entries.end(),
-              [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+    sortByName(entries);
     return entries;
 }
 
@@ -344,7 +337,7 @@ void FolderCursor::enter(const std::u16string& name) {
     Descriptor folder(
         openat(m_state->current(), bytes.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder) {
-        fail(Exit::notFound, "open the folder", m_state->path(bytes));
+        failBySystem(Exit::notFound, "open the folder", m_state->path(bytes));
     }
     m_state->push(std::move(folder), std::move(bytes));
 }
@@ -352,7 +345,7 @@ void FolderCursor::enter(const std::u16string& name) {
 void FolderCursor::leave(std::optional<std::int64_t> modified) {
     std::vector<State::Level>& levels = m_state->levels;
     if (modified && !setModified(m_state->current(), *modified)) {
-        fail(Exit::writeFailure, "set the time of", m_state->path(""));
+        failBySystem(Exit::writeFailure, "set the time of", m_state->path(""));
     }
     State::Level& parent = levels[levels.size() - 2];
     if (!parent.folder) {
@@ -375,7 +368,7 @@ SourceFile FolderCursor::open(const std::u16string& name) {
         openat(m_state->current(), bytes.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!state->file || fstat(state->file.get(), &status) != 0) {
-        fail(Exit::notFound, "read", state->path);
+        failBySystem(Exit::notFound, "read", state->path);
     }
     if (!S_ISREG(status.st_mode)) {
         throw Failure(Exit::notFound, "no ordinary file any more: " + state->path);
@@ -387,7 +380,7 @@ FileIdentity FolderCursor::identity(const std::u16string& name) {
     const std::string bytes = bytesOf(name);
     struct stat status {};
     if (fstatat(m_state->current(), bytes.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        fail(Exit::notFound, "read", m_state->path(bytes));
+        failBySystem(Exit::notFound, "read", m_state->path(bytes));
     }
     return identityOf(status);
 }
@@ -397,17 +390,8 @@ FolderCursor::Made FolderCursor::makeFolder(const std::u16string& name) {
     if (mkdirat(m_state->current(), bytes.c_str(), 0777) == 0) {
         return Made::made;
     }
-    struct stat status {};
-    if (errno == EEXIST && fstatat(m_state->current(), bytes.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (S_ISDIR(status.st_mode)) {
-            return Made::existed;
-        }
-        if (S_ISLNK(status.st_mode)) {
-            throw Failure(Exit::damaged, "a symbolic link stands in the way: " + m_state->path(bytes));
-        }
-        errno = EEXIST;
-    }
-    fail(Exit::writeFailure, "make the folder", m_state->path(bytes));
+    const There there = errno == EEXIST ? whatIsAt(m_state->current(), bytes) : There::nothing;
+    return folderInPlace(there, m_state->path(bytes));
 }
 
 NewFile FolderCursor::create(const std::u16string& name) {
@@ -416,13 +400,13 @@ NewFile FolderCursor::create(const std::u16string& name) {
     state->path = m_state->path(state->name);
     state->folder = fcntl(m_state->current(), F_DUPFD_CLOEXEC, 0);
     if (state->folder < 0) {
-        fail(Exit::writeFailure, "write", state->path);
+        failBySystem(Exit::writeFailure, "write", state->path);
     }
-    const std::string temporary = temporaryName();
+    const std::string temporary = temporaryFileName();
     state->file.reset(
         openat(state->folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
     if (!state->file) {
-        fail(Exit::writeFailure, "write", state->path);
+        failBySystem(Exit::writeFailure, "write", state->path);
     }
     state->temporary = temporary;
     return NewFile(std::move(state));
@@ -431,14 +415,14 @@ NewFile FolderCursor::create(const std::u16string& name) {
 void FolderCursor::removeFile(const std::u16string& name) {
     const std::string bytes = bytesOf(name);
     if (unlinkat(m_state->current(), bytes.c_str(), 0) != 0) {
-        fail(Exit::writeFailure, "remove", m_state->path(bytes));
+        failBySystem(Exit::writeFailure, "remove", m_state->path(bytes));
     }
 }
 
 void FolderCursor::removeFolder(const std::u16string& name) {
     const std::string bytes = bytesOf(name);
     if (unlinkat(m_state->current(), bytes.c_str(), AT_REMOVEDIR) != 0) {
-        fail(Exit::writeFailure, "remove", m_state->path(bytes));
+        failBySystem(Exit::writeFailure, "remove", m_state->path(bytes));
     }
 }
 
@@ -453,12 +437,9 @@ bool folderExists(const std::string& path) {
         if (errno == ENOENT && lstat(native.c_str(), &status) != 0) {
             return false;
         }
-        fail(Exit::writeFailure, "use the folder", displayText(path));
+        failBySystem(Exit::writeFailure, "use the folder", displayText(path));
     }
-    if (!S_ISDIR(status.st_mode)) {
-        throw Failure(Exit::writeFailure, "not a folder: " + displayText(path));
-    }
-    return true;
+    return isFolderPlace(whatItIs(status), path);
 }
 
 bool isPipeOrDevice(const std::string& path) {
@@ -467,10 +448,10 @@ bool isPipeOrDevice(const std::string& path) {
 }
 
 std::string makeFolderBeside(const std::string& path) {
-    std::string folder = join(parentOf(withoutEndSlashes(slashes(path))), temporaryName());
+    std::string folder = join(parentOf(withoutEndSlashes(slashes(path))), temporaryFileName());
     if (mkdir(folder.c_str(), 0777) != 0) {
-        fail(errno == ENOENT || errno == ENOTDIR ? Exit::notFound : Exit::writeFailure, "make the folder",
-             displayText(path));
+        failBySystem(errno == ENOENT || errno == ENOTDIR ? Exit::notFound : Exit::writeFailure,
+                     "make the folder", displayText(path));
     }
     return folder;
 }
@@ -482,7 +463,7 @@ void renameFolder(const std::string& from, const std::string& to) {
         result = rename(from.c_str(), target.c_str()); // replaces an empty folder at most
     }
     if (result != 0) {
-        fail(Exit::writeFailure, "make the folder", displayText(to));
+        failBySystem(Exit::writeFailure, "make the folder", displayText(to));
     }
 }
 
@@ -517,21 +498,19 @@ ReplacedFile::ReplacedFile(const std::string& path)
     }
     struct stat status {};
     if (lstat(state.target.c_str(), &status) == 0) {
-        if (!S_ISREG(status.st_mode)) {
-            throw Failure(Exit::writeFailure, "not an ordinary file: " + state.shown);
-        }
+        checkReplacedFile(whatItIs(status), state.shown);
         state.targetIdentity = identityOf(status);
         state.targetMode = status.st_mode & 07777;
     } else if (errno != ENOENT) {
-        fail(errno == ENOTDIR ? Exit::notFound : Exit::writeFailure, "write", state.shown);
+        failBySystem(errno == ENOTDIR ? Exit::notFound : Exit::writeFailure, "write", state.shown);
     }
     if (state.target.empty() || state.target.back() == '/') {
         throw Failure(Exit::writeFailure, "not a file name: " + state.shown);
     }
-    const std::string temporary = join(parentOf(state.target), temporaryName());
+    const std::string temporary = join(parentOf(state.target), temporaryFileName());
     const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file) {
-        fail(errno == ENOENT ? Exit::notFound : Exit::writeFailure, "write", state.shown);
+        failBySystem(errno == ENOENT ? Exit::notFound : Exit::writeFailure, "write", state.shown);
     }
     state.temporary = temporary;
     if (fstat(file.get(), &status) == 0) {
@@ -564,7 +543,7 @@ void ReplacedFile::commit() {
     const Descriptor file(::open(state.temporary.c_str(), O_RDWR | O_CLOEXEC));
     if (!file || (state.targetMode != 0 && fchmod(file.get(), state.targetMode) != 0) ||
         fsync(file.get()) != 0 || rename(state.temporary.c_str(), state.target.c_str()) != 0) {
-        fail(Exit::writeFailure, "write", state.shown);
+        failBySystem(Exit::writeFailure, "write", state.shown);
     }
     state.committed = true;
     const Descriptor folder(::open(parentOf(state.target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

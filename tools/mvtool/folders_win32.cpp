@@ -1,7 +1,5 @@
-#include "folders.h"
+#include "folders_internal.h"
 
-#include "failure.h"
-#include "system.h"
 #include "text.h"
 #include <algorithm>
 #include <limits>
@@ -44,11 +42,6 @@ private:
     HANDLE m_handle;
 };
 
-[[noreturn]] void fail(Exit code, const char* what, const std::string& path) {
-    const std::string reason = lastSystemError();
-    throw Failure(code, std::string("cannot ") + what + ' ' + path + ": " + reason);
-}
-
 std::wstring wideOf(const std::u16string& units) {
     return {units.begin(), units.end()};
 }
@@ -59,10 +52,9 @@ std::u16string unitsOf(const std::wstring& wide) {
 /// A name for the system: the long-path form takes names as they are, so nothing may pass here that is a
 /// path.
 std::wstring checkedName(const std::u16string& name) {
-    if (name.empty() || name == u"." || name == u".." ||
-        name.find_first_of(u"/\\:") != std::u16string::npos || name.find(u'\0') != std::u16string::npos ||
-        !wellFormed(name)) {
-        throw Failure(Exit::damaged, "a name that no file can have: " + displayName(name));
+    checkName(name, u"/\\:");
+    if (!wellFormed(name)) {
+        refuseName(name);
     }
     return wideOf(name);
 }
@@ -134,7 +126,12 @@ bool leadsElsewhere(DWORD attributes, DWORD tag) {
     return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(tag);
 }
 
-enum class There { nothing, folder, link, other };
+/// What attributes are those of, links followed.
+There whatItIs(DWORD attributes) {
+    return attributes == INVALID_FILE_ATTRIBUTES          ? There::nothing
+           : (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? There::folder
+                                                          : There::file;
+}
 
 There whatIsAt(const std::wstring& path) {
     WIN32_FIND_DATAW data{};
@@ -145,12 +142,12 @@ There whatIsAt(const std::wstring& path) {
     FindClose(search);
     return leadsElsewhere(data.dwFileAttributes, data.dwReserved0)   ? There::link
            : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? There::folder
-                                                                     : There::other;
+                                                                     : There::file;
 }
 
 std::wstring temporaryName() {
-    const std::string unique = uniqueText();
-    return L".mvtool-" + std::wstring(unique.begin(), unique.end()) + L".tmp";
+    const std::string name = temporaryFileName();
+    return {name.begin(), name.end()};
 }
 
 std::wstring parentOf(const std::wstring& path) {
@@ -180,7 +177,7 @@ SourceFile::~SourceFile() = default;
 std::size_t SourceFile::read(void* buffer, std::size_t size) {
     DWORD got = 0;
     if (!ReadFile(m_state->file.get(), buffer, static_cast<DWORD>(size), &got, nullptr)) {
-        fail(Exit::notFound, "read", m_state->path);
+        failBySystem(Exit::notFound, "read", m_state->path);
     }
     return got;
 }
@@ -205,43 +202,33 @@ NewFile::NewFile(std::unique_ptr<State> state)
 NewFile::NewFile(NewFile&&) noexcept = default;
 NewFile::~NewFile() = default;
 
-void NewFile::write(const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const char*>(data);
-    while (size > 0) {
-        DWORD written = 0;
-        if (!WriteFile(m_state->file.get(), bytes, static_cast<DWORD>(size), &written, nullptr) ||
-            written == 0) {
-            fail(Exit::writeFailure, "write", m_state->path);
-        }
-        bytes += written;
-        size -= written;
+std::size_t NewFile::writePiece(const void* data, std::size_t size) {
+    DWORD written = 0;
+    if (!WriteFile(m_state->file.get(), data, static_cast<DWORD>(size), &written, nullptr) || written == 0) {
+        failBySystem(Exit::writeFailure, "write", m_state->path);
     }
+    return written;
 }
 
 void NewFile::commit(const FileFacts& facts, bool replace) {
     State& state = *m_state;
     const FILETIME time = timeOf(facts.modified);
     if (!SetFileTime(state.file.get(), nullptr, nullptr, &time) || !state.file.reset()) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
     const There there = whatIsAt(state.target);
-    if (there == There::link) {
-        throw Failure(Exit::damaged, "a symbolic link stands in the way: " + state.path);
-    }
-    if (there == There::folder || (there == There::other && !replace)) {
-        throw Failure(Exit::writeFailure, "exists already: " + state.path);
-    }
-    if (there == There::other) {
-        SetFileAttributesW(state.target.c_str(),
-                           FILE_ATTRIBUTE_NORMAL); // read-only would refuse the replacement
+    checkFilePlace(there, replace, state.path);
+    if (there == There::file) {
+        // Read-only would refuse the replacement.
+        SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_NORMAL);
     }
     if (!MoveFileExW(state.temporary.c_str(), state.target.c_str(),
                      replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
     state.committed = true;
     if (facts.readOnly && !SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_READONLY)) {
-        fail(Exit::writeFailure, "write", state.path);
+        failBySystem(Exit::writeFailure, "write", state.path);
     }
 }
 
@@ -273,7 +260,7 @@ FolderCursor::FolderCursor(const std::string& path)
         if (attributes != INVALID_FILE_ATTRIBUTES) {
             SetLastError(ERROR_DIRECTORY);
         }
-        fail(Exit::notFound, "open the folder", displayText(path));
+        failBySystem(Exit::notFound, "open the folder", displayText(path));
     }
     if (m_state->path.back() == L'\\') {
         m_state->path.pop_back(); // a drive's root
@@ -300,7 +287,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
         if (GetLastError() == ERROR_FILE_NOT_FOUND) {
             return entries; // an empty drive
         }
-        fail(Exit::notFound, "read the folder", m_state->shown(L""));
+        failBySystem(Exit::notFound, "read the folder", m_state->shown(L""));
     }
     const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> owner(search, FindClose);
     do {
@@ -325,10 +312,9 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
         entries.push_back(std::move(entry));
     } while (FindNextFileW(search, &data));
     if (GetLastError() != ERROR_NO_MORE_FILES) {
-        fail(Exit::notFound, "read the folder", m_state->shown(L""));
+        failBySystem(Exit::notFound, "read the folder", m_state->shown(L""));
     }
-    std::sort(entries.begin(), entries.end(),
-              [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+    sortByName(entries);
     return entries;
 }
 
@@ -336,7 +322,7 @@ void FolderCursor::enter(const std::u16string& name) {
     const std::wstring wide = checkedName(name);
     if (whatIsAt(m_state->below(wide)) != There::folder) {
         SetLastError(ERROR_DIRECTORY);
-        fail(Exit::notFound, "open the folder", m_state->shown(wide));
+        failBySystem(Exit::notFound, "open the folder", m_state->shown(wide));
     }
     m_state->lengths.push_back(m_state->path.size());
     m_state->path = m_state->below(wide);
@@ -344,7 +330,7 @@ void FolderCursor::enter(const std::u16string& name) {
 
 void FolderCursor::leave(std::optional<std::int64_t> modified) {
     if (modified && !setModified(m_state->path, *modified)) {
-        fail(Exit::writeFailure, "set the time of", m_state->shown(L""));
+        failBySystem(Exit::writeFailure, "set the time of", m_state->shown(L""));
     }
     m_state->path.resize(m_state->lengths.back());
     m_state->lengths.pop_back();
@@ -358,7 +344,7 @@ SourceFile FolderCursor::open(const std::u16string& name) {
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!state->file) {
-        fail(Exit::notFound, "read", state->path);
+        failBySystem(Exit::notFound, "read", state->path);
     }
     return SourceFile(std::move(state));
 }
@@ -367,7 +353,7 @@ FileIdentity FolderCursor::identity(const std::u16string& name) {
     const std::wstring wide = checkedName(name);
     const std::optional<FileIdentity> identity = identityOf(m_state->below(wide));
     if (!identity) {
-        fail(Exit::notFound, "read", m_state->shown(wide));
+        failBySystem(Exit::notFound, "read", m_state->shown(wide));
     }
     return *identity;
 }
@@ -380,14 +366,8 @@ FolderCursor::Made FolderCursor::makeFolder(const std::u16string& name) {
     }
     const DWORD error = GetLastError();
     const There there = whatIsAt(path);
-    if (there == There::folder) {
-        return Made::existed;
-    }
-    if (there == There::link) {
-        throw Failure(Exit::damaged, "a symbolic link stands in the way: " + m_state->shown(wide));
-    }
     SetLastError(error);
-    fail(Exit::writeFailure, "make the folder", m_state->shown(wide));
+    return folderInPlace(there, m_state->shown(wide));
 }
 
 NewFile FolderCursor::create(const std::u16string& name) {
@@ -399,7 +379,7 @@ NewFile FolderCursor::create(const std::u16string& name) {
     state->file = Handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!state->file) {
-        fail(Exit::writeFailure, "write", state->path);
+        failBySystem(Exit::writeFailure, "write", state->path);
     }
     state->temporary = temporary;
     return NewFile(std::move(state));
@@ -410,13 +390,13 @@ void FolderCursor::removeFile(const std::u16string& name) {
     SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     // A link to a folder is removed like a folder, and the folder that it leads to stays.
     if (!DeleteFileW(path.c_str()) && !RemoveDirectoryW(path.c_str())) {
-        fail(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
+        failBySystem(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
     }
 }
 
 void FolderCursor::removeFolder(const std::u16string& name) {
     if (!RemoveDirectoryW(m_state->below(wideOf(name)).c_str())) {
-        fail(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
+        failBySystem(Exit::writeFailure, "remove", m_state->shown(wideOf(name)));
     }
 }
 
@@ -432,12 +412,9 @@ bool folderExists(const std::string& path) {
         if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
             return false;
         }
-        fail(Exit::writeFailure, "use the folder", displayText(path));
+        failBySystem(Exit::writeFailure, "use the folder", displayText(path));
     }
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        throw Failure(Exit::writeFailure, "not a folder: " + displayText(path));
-    }
-    return true;
+    return isFolderPlace(whatItIs(attributes), path);
 }
 
 bool isPipeOrDevice(const std::string& path) {
@@ -454,7 +431,7 @@ std::string makeFolderBeside(const std::string& path) {
     const std::wstring folder =
         parentOf(longPath(wideArgument(path, Exit::writeFailure))) + L'\\' + temporaryName();
     if (!CreateDirectoryW(folder.c_str(), nullptr)) {
-        fail(codeOfMissing(Exit::writeFailure), "make the folder", displayText(path));
+        failBySystem(codeOfMissing(Exit::writeFailure), "make the folder", displayText(path));
     }
     return fromWide(folder);
 }
@@ -463,7 +440,7 @@ void renameFolder(const std::string& from, const std::string& to) {
     const std::wstring source = wideArgument(from, Exit::writeFailure);
     const std::wstring target = longPath(wideArgument(to, Exit::writeFailure));
     if (!MoveFileExW(source.c_str(), target.c_str(), 0)) {
-        fail(Exit::writeFailure, "make the folder", displayText(to));
+        failBySystem(Exit::writeFailure, "make the folder", displayText(to));
     }
 }
 
@@ -488,16 +465,13 @@ ReplacedFile::ReplacedFile(const std::string& path)
     State& state = *m_state;
     state.shown = displayText(path);
     state.target = longPath(wideArgument(path, Exit::writeFailure));
-    const DWORD attributes = GetFileAttributesW(state.target.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-        throw Failure(Exit::writeFailure, "not an ordinary file: " + state.shown);
-    }
+    checkReplacedFile(whatItIs(GetFileAttributesW(state.target.c_str())), state.shown);
     state.targetIdentity = identityOf(state.target);
     const std::wstring temporary = parentOf(state.target) + L'\\' + temporaryName();
     const Handle file(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                   FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
-        fail(codeOfMissing(Exit::writeFailure), "write", state.shown);
+        failBySystem(codeOfMissing(Exit::writeFailure), "write", state.shown);
     }
     state.temporary = temporary;
     state.temporaryText = fromWide(temporary);
@@ -537,7 +511,7 @@ void ReplacedFile::commit() {
     if (!file || !FlushFileBuffers(file.get()) || !file.reset() ||
         !MoveFileExW(state.temporary.c_str(), state.target.c_str(),
                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-        fail(Exit::writeFailure, "write", state.shown);
+        failBySystem(Exit::writeFailure, "write", state.shown);
     }
     state.committed = true;
 }
