@@ -154,13 +154,14 @@ typedef struct _WIN32_FILE_ATTRIBUTE_DATA {
     DWORD nFileSizeLow;
 } WIN32_FILE_ATTRIBUTE_DATA, *LPWIN32_FILE_ATTRIBUTE_DATA;
 
-// Attributes: DIRECTORY for folders, READONLY for what the owner may not write, ARCHIVE for other files; for
-// a link those of its target, and REPARSE_POINT. INVALID_FILE_ATTRIBUTES or FALSE with 2, 3, 5, 123.
+// Attributes: DIRECTORY for folders, READONLY for what no class of users may write, ARCHIVE for other files,
+// DEVICE for what is neither; for a link those of its target, and REPARSE_POINT. INVALID_FILE_ATTRIBUTES or
+// FALSE with 2, 3, 5, 123.
 MVPLAT_API DWORD WINAPI GetFileAttributesW(LPCWSTR fileName);
 MVPLAT_API BOOL WINAPI GetFileAttributesExW(LPCWSTR fileName, GET_FILEEX_INFO_LEVELS level,
                                             LPVOID information);
-// READONLY sets and clears the right to write (for the classes that may read); the other attributes are
-// accepted.
+// READONLY takes the right to write from everybody; without it the owner gets it back, if nobody has it. The
+// other attributes are accepted.
 MVPLAT_API BOOL WINAPI SetFileAttributesW(LPCWSTR fileName, DWORD attributes);
 
 // Removes a file, or a link whatever it points to. 2, 3, 5 (a folder, or a read-only file), 32 (open
