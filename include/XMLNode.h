@@ -69,7 +69,7 @@ enum XMLElementType : int {
 
 // How a parse ended. Line and column start at 1 and say where it stopped: for warning 1 the place where the
 // end tag was missed, otherwise the unit after the last one read. They are 0 when there is no error and for
-// the errors that have no place (3 of an empty file, 9, 10, 11, 14). Columns count UTF-16 units on every
+// the errors that have no place (3, 9, 10, 11, 14). Columns count UTF-16 units on every
 // system.
 struct XMLResults {
     XMLError error;

@@ -400,6 +400,21 @@ TYPED_TEST(CrossListTest, DuplicarClonesIntoAPlainList) {
     EXPECT_NE(clone->GetFirst()->GetItem(), this->list.GetFirst()->GetItem());
 }
 
+TYPED_TEST(CrossListTest, CopyTakesTheFlagsOver) {
+    this->Fill({1});
+    this->list.m_bSorted = 0; // though it is in order
+    const Open<TypeParam> unsorted(static_cast<const TypeParam*>(&this->list));
+    EXPECT_EQ(unsorted.m_bSorted, 0);
+    EXPECT_EQ(unsorted.m_bPropietari, 1);
+    this->list.m_bSorted = 1;
+    this->list.m_bPropietari = 0;
+    Open<TypeParam> borrowing(static_cast<const TypeParam*>(&this->list));
+    EXPECT_EQ(borrowing.m_bSorted, 1);
+    EXPECT_EQ(borrowing.m_bPropietari, 0);
+    borrowing.m_bPropietari = 1; // the clones are to go
+    this->list.m_bPropietari = 1;
+}
+
 TYPED_TEST(CrossListTest, IndexFollowsManyInsertionsAndRemovals) {
     std::vector<TCrossNode*> held;
     unsigned random = 99;

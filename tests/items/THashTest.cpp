@@ -69,6 +69,16 @@ TEST_F(THashTest, InitChoosesSlotsAndBuckets) {
     }
 }
 
+// Kept: init is meant for a fresh table, whose count and free list are at 0.
+TEST_F(THashTest, InitLeavesTheCountAndTheHeadOfTheFreeList) {
+    OpenHash fresh;
+    fresh.m_nLliure = 2;
+    fresh.m_nElements = 1;
+    ASSERT_EQ(fresh.init(5), 0);
+    EXPECT_EQ(fresh.m_nLliure, 2u);
+    EXPECT_EQ(fresh.length(), 1u);
+}
+
 TEST_F(THashTest, EleventhKeyGrowsTenSlotsToThirty) {
     for (int i = 0; i < 10; ++i) {
         ASSERT_EQ(Put(L"k" + std::to_wstring(i), i), 0);

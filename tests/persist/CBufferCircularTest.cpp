@@ -32,6 +32,10 @@ public:
         return std::string(reinterpret_cast<char*>(bytes.data()), read);
     }
 
+    void StandAt(DWORD head, DWORD held) {
+        m_dwLectura = head;
+        m_dwDades = held;
+    }
     DWORD Capacity() const { return m_dwMida; }
     DWORD Head() const { return m_dwLectura; }
     DWORD Held() const { return m_dwDades; }
@@ -227,6 +231,28 @@ TEST(CBufferCircularTest, BytesComeOutAsInAQueue) {
         }
     }
 }
+
+#if defined(__LP64__) && !defined(__SANITIZE_ADDRESS__)
+// On 32-bit targets there is no block so large. Only the pages that are touched take memory.
+TEST(CBufferCircularTest, HeadAndCountMayPass4GiBTogether) {
+    constexpr DWORD CAPACITY = 0xFFFFFFF0;
+    Ring ring(CAPACITY);
+    ring.StandAt(CAPACITY - 4, 100); // 96 of them at the start
+    EXPECT_EQ(ring.Put("abcdef"), 1);
+    EXPECT_EQ(std::memcmp(ring.Block() + 96, "abcdef", 6), 0);
+    EXPECT_EQ(ring.Put(std::string(200, 'x')), 1);
+    EXPECT_EQ(std::memcmp(ring.Block() + 102, "xxxx", 4), 0);
+    EXPECT_EQ(ring.Take(100).size(), 100u);
+    EXPECT_EQ(ring.Head(), 96u);
+    EXPECT_EQ(ring.Take(8), "abcdefxx");
+    ring.StandAt(CAPACITY - 2, 0xFFFFFF00);
+    EXPECT_EQ(ring.GetMidaLliure(), 0xF0ul);
+    EXPECT_EQ(ring.Put(std::string(0xF1, 'y')), 0);
+    EXPECT_EQ(ring.Put(std::string(0xF0, 'y')), 1);
+    EXPECT_EQ(ring.GetMidaLliure(), 0ul);
+    EXPECT_EQ(std::memcmp(ring.Block() + 0xFFFFFEFE, "yyyy", 4), 0);
+}
+#endif
 
 // ---- The block
 

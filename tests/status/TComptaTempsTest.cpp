@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 namespace {
 
 // A stopwatch whose start can be moved.
@@ -29,6 +31,11 @@ TEST(TComptaTempsTest, ExampleUsage) {
     EXPECT_GE(seconds, 3);
     EXPECT_EQ(watch.Reset(), 0);
     EXPECT_LT(watch.GetTempsActual(), 60000u);
+}
+
+TEST(TComptaTempsTest, HoldsOneTickCountAndNothingVirtual) {
+    EXPECT_EQ(sizeof(TComptaTemps), 4u);
+    EXPECT_FALSE(std::is_polymorphic_v<TComptaTemps>);
 }
 
 TEST(TComptaTempsTest, StartsAtItsConstruction) {
