@@ -9,19 +9,30 @@ using namespace mvplat;
 
 namespace {
 
+// For who knows of an instance or a conversation, and so of the thread.
 dde::Thread& thread() {
-    return dde::Thread::current();
+    return *dde::Thread::current();
+}
+
+dde::Instance* instanceOf(DWORD number) {
+    dde::Thread* const current = dde::Thread::current();
+    return current ? current->instance(number) : nullptr;
+}
+
+dde::Conversation* conversationOf(HCONV handle) {
+    dde::Thread* const current = dde::Thread::current();
+    return current ? current->conversation(handle) : nullptr;
 }
 
 // What a function answers that runs out of memory, its instance's error set.
 template <class Result, class Body>
 Result inInstance(DWORD number, Result failure, Body body) noexcept {
     try {
-        if (dde::Instance* const instance = thread().instance(number))
+        if (dde::Instance* const instance = instanceOf(number))
             return body(*instance);
         return failure;
     } catch (const std::bad_alloc&) {
-        if (dde::Instance* const instance = thread().instance(number)) {
+        if (dde::Instance* const instance = instanceOf(number)) {
             instance->error = DMLERR_MEMORY_ERROR;
             instance->waiting = false;
         }
@@ -52,6 +63,8 @@ UINT DdeInitializeW(LPDWORD instance, PFNCALLBACK callback, DWORD filters, DWORD
     if (!instance || !callback)
         return DMLERR_INVALIDPARAMETER;
     try {
+        if (!dde::Thread::current())
+            return DMLERR_SYS_ERROR;
         if (*instance == 0) {
             *instance = thread().addInstance(callback, filters);
             return DMLERR_NO_ERROR;
@@ -145,7 +158,7 @@ HCONV DdeConnect(DWORD instance, HSZ service, HSZ topic, PCONVCONTEXT) {
 }
 
 BOOL DdeDisconnect(HCONV conversation) {
-    if (!thread().conversation(conversation))
+    if (!conversationOf(conversation))
         return FALSE;
     thread().disconnect(conversation);
     return TRUE;
@@ -153,7 +166,7 @@ BOOL DdeDisconnect(HCONV conversation) {
 
 HDDEDATA DdeClientTransaction(LPBYTE data, DWORD size, HCONV conversation, HSZ item, UINT format, UINT type,
                               DWORD timeout, LPDWORD result) {
-    dde::Conversation* const found = thread().conversation(conversation);
+    dde::Conversation* const found = conversationOf(conversation);
     if (!found)
         return nullptr;
     const DWORD number = found->instance;

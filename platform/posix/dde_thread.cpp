@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t mostWaiting = 256;
 constexpr std::uint64_t patience = 5000; // ms for the other end's part of connecting
 
+constinit thread_local bool t_ended = false;
+
 std::atomic<DWORD> g_lastInstance{0};
 std::atomic<std::uintptr_t> g_lastConversation{0x10000};
 
@@ -73,11 +75,14 @@ Thread::~Thread() {
     while (!m_instances.empty())
         removeInstance(m_instances.begin()->first);
     removeMessageSource(this);
+    t_ended = true;
 }
 
-Thread& Thread::current() {
+Thread* Thread::current() {
+    if (t_ended)
+        return nullptr;
     static thread_local Thread thread;
-    return thread;
+    return &thread;
 }
 
 // ---- Instances

@@ -289,6 +289,22 @@ TEST_F(DdePosixTest, StaleSocketIsReplaced) {
     ExpectAlive();
 }
 
+TEST_F(DdePosixTest, ServerThatLivesLongerThanTheMainThreadEndsWell) {
+    server.DoneServidor();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // Destroyed behind the thread's own objects.
+        static Server late(L"Late", L"Topic", &Forward);
+        g_server = &late;
+        std::exit(late.InitServidor() == 1 && late.Conectar(L"Late", L"Topic") == 0 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_TRUE(fs::is_empty(Folder()));
+}
+
 TEST_F(DdePosixTest, TextsArriveAsTheyAre) {
     TConexioDDE connection;
     ASSERT_EQ(connection.Conectar(L"Place", L"Topic", &Silent), 1);

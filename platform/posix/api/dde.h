@@ -10,6 +10,9 @@
 // transactions while it dispatches messages or waits in DdeClientTransaction. On other threads the instance
 // is unknown.
 //
+// When a thread ends, so do its instances. A static object of the program that is destroyed later finds them
+// gone: every function fails then, and DdeInitializeW answers DMLERR_SYS_ERROR.
+//
 // What is not here does not exist: advise loops, pokes, conversation lists, monitors, security contexts.
 #pragma once
 

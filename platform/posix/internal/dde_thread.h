@@ -64,8 +64,9 @@ public:
     Thread();
     ~Thread() override;
 
-    // The calling thread's.
-    static Thread& current();
+    // The calling thread's; null when it has ended already, as for objects that are destroyed after the main
+    // thread's own.
+    static Thread* current();
 
     void addDescriptors(std::vector<pollfd>& descriptors) const override;
     void collect() override;
