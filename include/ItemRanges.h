@@ -1,9 +1,9 @@
 // Ranges over the containers, for range-for and the standard algorithms. Nothing in the containers depends on
 // this header.
 //
-//     for (TItem* item : list) ...                              // TLlista, TCrossList and what derives from
-//     them for (const HashElement& element : hash) ...               // element.Key(), element.item for
-//     (TableRow row : Rows(table))
+//     for (TItem* item : list) ...                    // TLlista, TCrossList and what derives from them
+//     for (const HashElement& element : hash) ...     // element.Key(), element.item
+//     for (TableRow row : Rows(table))
 //         for (TItem* cell : row) ...
 //     auto found = std::find_if(begin(list), end(list), ...);
 //
@@ -12,8 +12,10 @@
 // double an item. Iterators of a TLlista and of table rows are of random access, those of a TCrossList go
 // both ways, those of a THash forwards.
 //
-// Changing a container ends the use of its iterators, with one exception: a TCrossList iterator stays good
-// while its own node stays in the list. A ring is seen once round, from its first node to its last.
+// Changing a container ends the use of its iterators, with one exception: what a TCrossList iterator points
+// at, Node() included, stays good while that node stays in the list. Its way to the end is counted, so that a
+// walk goes on only while the number of nodes is the same. A ring is seen once round, from its first node to
+// its last.
 #pragma once
 
 #include <cstddef>

@@ -11,8 +11,7 @@
 //     list.AddOrderedElem(new TInt(3));
 //     list.AddOrderedElem(new TInt(1));
 //     for (TCrossNode* node = list.GetFirst(); node; node = list.GetNext(node)) ...   // 1, 3
-//     list.Remove(list.GetNode(item));                                                // destroys node and
-//     item
+//     list.Remove(list.GetNode(item));   // destroys node and item
 //
 // Results: 0 done; -3 a node or an item that is needed is missing; -5 the status indicator asked to stop.
 // Insert operations answer the node that was inserted, or null. When memory is short they throw the memory

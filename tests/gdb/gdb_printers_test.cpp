@@ -11,8 +11,8 @@ protected:
     static void SetUpTestSuite() {
         std::string command = "gdb -nx -batch -ex 'source " GDB_PRINTERS "' -ex 'set print address off'"
                               " -ex 'break Stop' -ex run -ex up";
-        for (const char* variable :
-             {"number", "text", "nothing", "string", "list", "ring", "hash", "table"}) {
+        for (const char* variable : {"number", "single", "character", "text", "nothing", "string", "pair",
+                                     "list", "cross", "ring", "hash", "cut", "table", "tree"}) {
             const std::string name(variable);
             command += " -ex 'echo <" + name + ">' -ex 'output " + name + "' -ex 'echo </" + name + ">'";
         }
@@ -44,6 +44,8 @@ protected:
 
 TEST_F(GdbPrinters, ValueItemsShowTheirValue) {
     EXPECT_EQ(Printed("number"), "TInt(7)");
+    EXPECT_EQ(Printed("single"), "TFloat(1.5)");
+    EXPECT_EQ(Printed("character"), "TChar(120 L'x')");
     EXPECT_EQ(Printed("text"), "TItemString(L\"abc\")");
     EXPECT_EQ(Printed("nothing"), "TItemString(null)");
     EXPECT_EQ(Printed("string"), "L\"wide\"");
@@ -52,6 +54,25 @@ TEST_F(GdbPrinters, ValueItemsShowTheirValue) {
 TEST_F(GdbPrinters, ListsShowTheirItemsAsWhatTheyAre) {
     EXPECT_EQ(Printed("list"),
               "TLlista of 3 items, cursor 3, room for 16 = {TInt(1), TItemString(L\"two\"), null}");
+}
+
+TEST_F(GdbPrinters, NodesWithoutAnItemShowNull) {
+    EXPECT_EQ(Printed("cross"), "TCrossList of 1 node, sorted = {null}");
+}
+
+TEST_F(GdbPrinters, TreesShowTheirItemAndWhatIsBelow) {
+    EXPECT_EQ(Printed("tree"),
+              "TArbre = {m_pItem = TInt(1), m_fills = TLlista of 1 item, cursor 1, room for 16 = {"
+              "TArbre = {m_pItem = TInt(2), m_fills = TLlista of 0 items, cursor 0, room for 0, "
+              "m_wFlags = 2}}, m_wFlags = 2}");
+}
+
+TEST_F(GdbPrinters, PairsShowKeyAndItem) {
+    EXPECT_EQ(Printed("pair"), "THashItem(L\"key\") = {m_pItem = TInt(7)}");
+}
+
+TEST_F(GdbPrinters, KeysThatWereCutShowWhatIsLeft) {
+    EXPECT_EQ(Printed("cut"), "THash of 1 key, 1 slot, 1 bucket = {[" + std::string(261, 'k') + "] = null}");
 }
 
 TEST_F(GdbPrinters, RingsComeToAnEnd) {

@@ -1,10 +1,13 @@
 // Containers for the test of the gdb printers to look at.
+#include <TArbre.h>
 #include <TCrossList.h>
 #include <THash.h>
 #include <TLlista.h>
 #include <TTaula.h>
 
 #include <afx.h>
+
+#include <string>
 
 // gdb stops here and looks at the caller's variables.
 __attribute__((noinline)) void Stop() {
@@ -22,6 +25,13 @@ int main() {
     list.Afegir(new TItemString(L"two"));
     list.Afegir(nullptr);
 
+    TFloat single(1.5F);
+    TChar character(L'x');
+    THashItem pair(L"key", &number);
+
+    TCrossList cross;
+    cross.InsertLast(static_cast<TItem*>(nullptr));
+
     TCircularCrossList ring;
     ring.InsertLast(new TInt(1));
     ring.InsertLast(new TBool(0));
@@ -33,6 +43,13 @@ int main() {
 
     TTaulaBool table;
     table.ConstruirTaula(1, 2);
+
+    THash cut;
+    cut.init(1);
+    cut.put(nullptr, std::wstring(1000, L'k').c_str(), 1000);
+
+    TArbre tree(new TInt(1), 1);
+    tree.InsertarFill(new TArbre(new TInt(2), 1), -1);
 
     Stop();
     return 0;

@@ -45,6 +45,20 @@ TEST(ItemRanges, ExampleUsage) {
     EXPECT_EQ(found - begin(list), 2);
 }
 
+TEST(ItemRanges, CrossListIteratorStaysAtItsNodeWhileOthersComeAndGo) {
+    TCrossList list;
+    for (int i = 0; i < 5; ++i) {
+        list.InsertLast(new TInt(i));
+    }
+    const auto third = std::next(begin(list), 2);
+    list.Remove(list.GetFirst());
+    list.Remove(third.Node()->GetNext());
+    list.InsertFirst(new TInt(9));
+    EXPECT_EQ(Value(*third), 2);
+    EXPECT_EQ(third.Node()->GetNext(), list.GetLast());
+    EXPECT_EQ(ValuesOf(list), (Ints{9, 1, 2, 4}));
+}
+
 TEST(ItemRanges, ListIteratorIsOfRandomAccess) {
     TLlistaOrdenada list(1);
     for (int i = 0; i < 100; ++i) {

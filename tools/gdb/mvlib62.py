@@ -106,6 +106,7 @@ class Hash:
     """THash: its keys with their items, bucket by bucket."""
 
     NONE = 0xFFFFFFFF
+    KEPT = 261
 
     def __init__(self, value):
         self.value = value
@@ -126,7 +127,8 @@ class Hash:
             while slot != self.NONE and seen < int(self.value["m_nMax"]):
                 entry = self.value["m_pEntrades"][slot]
                 units = entry["szClau"].address.cast(entry["szClau"].type.target().pointer())
-                length = int(entry["nLen"])
+                # A key that is too long for its slot was cut.
+                length = min(int(entry["nLen"]), self.KEPT)
                 yield "key %d" % seen, units.string("utf-16-le", "replace", *([length * 2] if length >= 0 else []))
                 yield "item %d" % seen, real(entry["pItem"])
                 seen += 1
