@@ -33,8 +33,8 @@ public:
     // Closes the mapping if one is open, then creates one over the file: `dwProtect` PAGE_READONLY (2),
     // PAGE_READWRITE (4) or PAGE_WRITECOPY (8); `qwMida` its size, 0 for the file's; `szNom` the name under
     // which processes share it, null for none. A read-write mapping larger than the file makes the file
-    // longer. 1 on success, and the three arguments are recorded; 0 on failure, also when an open mapping
-    // could not be closed, and then the fields stay as they are.
+    // longer. 1 on success, and the three arguments are recorded; 0 on failure, also without memory and
+    // when an open mapping could not be closed, and then the fields stay as they are.
     int Open(unsigned long dwProtect, unsigned long long qwMida, const wchar_t* szNom);
     // 1 when there was no mapping or it closed; 0 when closing failed, and the handle is kept.
     int Close();

@@ -173,8 +173,9 @@ public:
     // ---- Helpers and progress
 
     // Objects that the code which fills or reads payloads finds by name (compared exactly). Registers
-    // `pHelper` under `name` in place of any other; null removes the name. Returns the object registered
-    // before, or null.
+    // `pHelper` under `name` in place of any other; null removes the name. A null name counts as an empty
+    // one. Returns the object registered before, or null. Throws CMemoryException* without memory; nothing
+    // changes then.
     CObject* SetHelper(const wchar_t* name, CObject* pHelper);
     // The object registered under `name`, or null.
     CObject* GetHelper(const wchar_t* name) const;

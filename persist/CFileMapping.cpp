@@ -26,7 +26,14 @@ int CFileMapping::Open(unsigned long dwProtect, unsigned long long qwMida, const
     if (!Close())
         return 0;
     // The name first: running out of memory for it must not lose a handle.
-    CString name(szNom ? szNom : L"");
+    CString name;
+    try {
+        name.SetString(szNom);
+    } catch (CMemoryException* noMemory) {
+        noMemory->Delete();
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
     void* mapping =
         CreateFileMappingW(m_hFile, nullptr, static_cast<DWORD>(dwProtect), static_cast<DWORD>(qwMida >> 32),
                            static_cast<DWORD>(qwMida & 0xFFFFFFFF), szNom);

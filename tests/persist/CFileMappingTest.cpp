@@ -1,5 +1,6 @@
 #include "CFileMapping.h"
 
+#include "alloc_failure.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -202,6 +203,22 @@ TEST_F(CFileMappingTest, FailedOpenRecordsNothing) {
     EXPECT_EQ(mapping.m_hMapping, nullptr); // the old one is closed
     EXPECT_EQ(mapping.m_dwProtect, static_cast<unsigned long>(PAGE_READWRITE));
     EXPECT_STREQ(mapping.m_strNom, L"mvlib62 recorded");
+}
+
+TEST_F(CFileMappingTest, OpenWithoutMemoryAnswersZeroAndRecordsNothing) {
+    CFileMapping mapping(Open("abc"));
+    int refused = 0;
+    const int failures = FailEachAllocation([&] {
+        if (mapping.Open(PAGE_READONLY, 0, L"mvlib62 a name that is long enough to need memory") == 0) {
+            ++refused;
+            EXPECT_EQ(GetLastError(), 8u);
+            EXPECT_EQ(mapping.m_hMapping, nullptr);
+            EXPECT_EQ(mapping.m_strNom, L"");
+        }
+    });
+    EXPECT_GE(failures, 1);
+    EXPECT_EQ(refused, failures);
+    EXPECT_NE(mapping.m_hMapping, nullptr);
 }
 
 TEST_F(CFileMappingTest, BadProtectionIsRefused) {
