@@ -472,16 +472,19 @@ int TBlocOpcions::FromBlocDades(const unsigned char* pData, unsigned int nSize, 
 
 // ---- Private
 
-// The value of `name`; one of a nested block is loaded into `scratch`. Null when there is none.
+// The value of `name`; one of a nested block is loaded into `scratch`. Null when there is none. No entry has
+// a name with a separator, so the way through nested blocks need not be tried first.
 const ITEMBLOCOPCIONS* TBlocOpcions::find(const wchar_t* name, ITEMBLOCOPCIONS& scratch) const {
-    if (const wchar_t* slash = name ? std::wcschr(name, PATH_SEPARATOR) : nullptr) {
-        const auto head = m_mapValors.PLookup(CString(name, static_cast<int>(slash - name)));
-        if (head && head->value.nTipus == SUB_BLOCK)
-            return FindNested(head->value.pDades, head->value.dwMida, slash + 1, scratch) ? &scratch
-                                                                                          : nullptr;
-    }
-    const auto pair = m_mapValors.PLookup(name);
-    return pair ? &pair->value : nullptr;
+    if (const auto pair = m_mapValors.PLookup(name))
+        return &pair->value;
+    const wchar_t* slash = name ? std::wcschr(name, PATH_SEPARATOR) : nullptr;
+    if (!slash)
+        return nullptr;
+    const auto pair = m_mapValors.PLookup(CString(name, static_cast<int>(slash - name)));
+    return pair && pair->value.nTipus == SUB_BLOCK &&
+                   FindNested(pair->value.pDades, pair->value.dwMida, slash + 1, scratch)
+               ? &scratch
+               : nullptr;
 }
 
 // Stores under a name that is taken as it is.

@@ -257,21 +257,6 @@ TEST_F(TBlocOpcionsTest, EveryOperationThatStoresTakesPathsLikeThat) {
     }
 }
 
-TEST_F(TBlocOpcionsTest, NameThatHoldsASlashIsFoundWhereNoBlockStandsInItsWay) {
-    // Only a derived class can store such a name.
-    struct Open : TBlocOpcions {
-        void Put(const wchar_t* name, long value) { m_mapValors[name] = ITEMBLOCOPCIONS(value); }
-    };
-    Open block;
-    block.Put(L"a/b", 1);
-    EXPECT_EQ(block.TornaValorInt32(L"a/b", 0), 1);
-    block.EntraValorInt32(L"a", 2);
-    EXPECT_EQ(block.TornaValorInt32(L"a/b", 0), 1);
-    EXPECT_EQ(block.EntraSubBloc(L"a", nullptr), 0);
-    EXPECT_EQ(block.TornaValorInt32(L"a/b", 0), 0) << "the nested block is asked and no one else";
-    EXPECT_EQ(block.Eliminar(L"a/b"), 1) << "the exact name";
-}
-
 TEST_F(TBlocOpcionsTest, NestedBlockIsASnapshot) {
     TBlocOpcions inner;
     inner.EntraValorInt32(L"n", 1);
