@@ -250,6 +250,9 @@ TEST_F(TCarpetaRegistryTest, BytesAreStoredAsTheyAre) {
     EXPECT_EQ(Raw(L"b"), (Stored{0, REG_BINARY, std::string(data, 4)}));
     EXPECT_EQ(At().EntraValor(L"b", nullptr, 0), 0);
     EXPECT_EQ(Raw(L"b"), (Stored{0, REG_BINARY, ""}));
+    EXPECT_EQ(At().EntraValor(L"b", nullptr, 5), -2503);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOACCESS));
+    EXPECT_EQ(Raw(L"b"), (Stored{0, REG_BINARY, ""})) << "the old value stays";
 }
 
 TEST_F(TCarpetaRegistryTest, TheUnnamedValueIsWrittenAndRead) {
