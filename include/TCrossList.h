@@ -227,8 +227,8 @@ protected:
         unsigned int m_nCount;
         unsigned int m_nShift;
         bool m_bDoubled;
-        unsigned int
-            m_nReserved[2]; // as large as the framework's map, so that the fields behind keep their places
+        // As large as the framework's map, so that the fields behind keep their places.
+        [[maybe_unused]] unsigned int m_nReserved[2];
     };
 
     int m_bPropietari;
