@@ -1,6 +1,7 @@
 #include <TCarpetaRegistry.h>
 
 #include "alloc_failure.h"
+#include "import_patch.h"
 #include "layout.h"
 
 #include "afxwin.h"
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cwchar>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <limits>
@@ -507,6 +509,32 @@ TEST_F(TCarpetaRegistryTest, TheBaseFolderIsTheApplicationsOwnUntilItIsSet) {
     // The title is string 57344 of the program.
     EXPECT_EQ(TCarpetaRegistry::ConstruirCarpetaApp(L"x"),
               L"Software\\Mirvanet\\Tests of the configuration\\x");
+}
+
+namespace {
+
+const wchar_t* g_title = nullptr; // what the program's title is, while it is not null
+
+int WINAPI LoadStringOrTitle(HINSTANCE module, UINT id, LPWSTR buffer, int size) {
+    if (!g_title || id != 57344)
+        return ::LoadStringW(module, id, buffer, size);
+    const int length = std::min(static_cast<int>(std::wcslen(g_title)), size - 1);
+    std::wmemcpy(buffer, g_title, static_cast<std::size_t>(length));
+    buffer[length] = 0;
+    return length;
+}
+
+} // namespace
+
+TEST_F(TCarpetaRegistryTest, OfTheTitle256CharactersCount) {
+    ASSERT_GT(PatchImport("mvlib62", {"LoadStringW", reinterpret_cast<void*>(&LoadStringOrTitle)}), 0);
+    const std::wstring base = L"Software\\Mirvanet\\";
+    for (const std::size_t size : {0, 1, 255, 256, 257, 1000}) {
+        const std::wstring title(size, L't');
+        g_title = title.c_str();
+        EXPECT_EQ(TCarpetaRegistry::ConstruirCarpetaApp(nullptr).GetString(), base + title.substr(0, 256));
+    }
+    g_title = nullptr;
 }
 
 TEST_F(TCarpetaRegistryTest, ARegistryKeyAndAProfileNameMakeTheBaseFolder) {
