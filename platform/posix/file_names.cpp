@@ -380,8 +380,11 @@ BOOL SetFileAttributesW(LPCWSTR fileName, DWORD attributes) {
         if (!takePath(fileName, path))
             return FALSE;
         struct stat status;
-        if (::stat(path.c_str(), &status) != 0)
+        if (::lstat(path.c_str(), &status) != 0)
             return fail(pathError(path));
+        // As on Windows the link itself is meant; it has no rights that could be taken.
+        if (S_ISLNK(status.st_mode))
+            return TRUE;
         const bool readOnly = attributes & FILE_ATTRIBUTE_READONLY;
         if (readOnly == isReadOnly(status))
             return TRUE;

@@ -140,6 +140,15 @@ TEST_F(PosixFilesTest, RemovalOfALinkToAFileLeavesTheFile) {
     EXPECT_EQ(folder.Read(L"file"), "x");
 }
 
+TEST_F(PosixFilesTest, ForcedRemovalOfALinkLeavesItsTargetReadOnly) {
+    folder.Write(L"file", "x");
+    fs::create_symlink(folder.Root() / "file", folder.Root() / "link");
+    fs::permissions(folder.Root() / "file", fs::perms(0444));
+    EXPECT_EQ(CPathString::Esborrar(In(L"link"), 1), 1);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(folder.Root() / "link")));
+    EXPECT_EQ(fs::status(folder.Root() / "file").permissions(), fs::perms(0444));
+}
+
 // ---- Rights
 
 TEST_F(PosixFilesTest, FolderThatMayNotBeListedIsReported) {

@@ -124,6 +124,12 @@ TEST_F(TIteradorFitxersTest, LevelsFallByOneForEveryLevelOfADescent) {
     EXPECT_EQ(copy.Level(), -3);
     EXPECT_EQ(iterator.IteraCarpetes(&Log::Add, log.User(), Root(), 0), 0);
     EXPECT_EQ(iterator.Level(), 0);
+    iterator = copy;
+    EXPECT_EQ(iterator.Level(), -3);
+    EXPECT_EQ(iterator.IteraFitxers(&Log::Add, log.User(), L"*.none", Root(), 0), -5);
+    EXPECT_EQ(iterator.Level(), -3) << "nothing was walked";
+    EXPECT_EQ(iterator.IteraFitxers(&Log::Add, log.User(), L"*", Root(), 0), -5);
+    EXPECT_EQ(iterator.Level(), 0);
 }
 
 TEST_F(TIteradorFitxersTest, EmptyFolderIsWalkedToItsEnd) {

@@ -139,6 +139,18 @@ TEST_F(PosixFiles, LinkHasTheAttributesOfItsTargetAndItsOwn) {
               DWORD{FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT});
 }
 
+TEST_F(PosixFiles, AttributesOfALinkAreNotThoseOfItsTarget) {
+    m_folder.Write(L"file", "x");
+    ASSERT_EQ(::symlink("file", Native("link").c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", Native("broken").c_str()), 0);
+    EXPECT_TRUE(SetFileAttributesW(m_folder.Path(L"link").c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_FALSE(GetFileAttributesW(m_folder.Path(L"file").c_str()) & FILE_ATTRIBUTE_READONLY);
+    ASSERT_TRUE(SetFileAttributesW(m_folder.Path(L"file").c_str(), FILE_ATTRIBUTE_READONLY));
+    EXPECT_TRUE(SetFileAttributesW(m_folder.Path(L"link").c_str(), FILE_ATTRIBUTE_NORMAL));
+    EXPECT_TRUE(GetFileAttributesW(m_folder.Path(L"file").c_str()) & FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(SetFileAttributesW(m_folder.Path(L"broken").c_str(), FILE_ATTRIBUTE_NORMAL));
+}
+
 TEST_F(PosixFiles, RemovalTakesTheLinkAndLeavesTheTarget) {
     m_folder.Write(L"file", "text");
     ASSERT_EQ(::mkdir(Native("folder").c_str(), 0777), 0);

@@ -161,7 +161,7 @@ MVPLAT_API DWORD WINAPI GetFileAttributesW(LPCWSTR fileName);
 MVPLAT_API BOOL WINAPI GetFileAttributesExW(LPCWSTR fileName, GET_FILEEX_INFO_LEVELS level,
                                             LPVOID information);
 // READONLY takes the right to write from everybody; without it the owner gets it back, if nobody has it. The
-// other attributes are accepted.
+// other attributes are accepted, and all for a link, which has none to change: its target stays as it is.
 MVPLAT_API BOOL WINAPI SetFileAttributesW(LPCWSTR fileName, DWORD attributes);
 
 // Removes a file, or a link whatever it points to. 2, 3, 5 (a folder, or a read-only file), 32 (open
