@@ -34,8 +34,9 @@ bool IsFolder(DWORD attributes) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool IsLink(DWORD attributes) {
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+// Whether a path without a final backslash is that of a link.
+bool IsLink(const CString& path) {
+    return MvIsLinkAt(SystemPath(path), AttributesOf(path));
 }
 
 bool FileData(const wchar_t* path, WIN32_FILE_ATTRIBUTE_DATA& data) {
@@ -152,7 +153,7 @@ bool EmptyFolder(const CString& path) {
             LeaveFolder(folders[last].path);
             RemoveDirectoryW(SystemPath(plain));
             folders.RemoveAt(last);
-        } else if (IsLink(AttributesOf(plain))) {
+        } else if (IsLink(plain)) {
             // It has been replaced by a link since it was listed.
             RemoveLink(plain);
             folders.RemoveAt(last);
@@ -301,8 +302,7 @@ int CPathString::EsborrarCarpeta(const wchar_t* szCarpeta, int bRecursiu) {
     if (IsEmptyText(szCarpeta))
         return 0;
     const CString plain = WithoutFinalBackslash(szCarpeta);
-    const DWORD attributes = AttributesOf(plain);
-    if (IsLink(attributes) && IsFolder(attributes))
+    if (IsLink(plain) && IsFolder(AttributesOf(plain)))
         return RemoveLink(plain) ? 1 : 0;
     CString folder(szCarpeta);
     posarBarraFinal(folder, 1);

@@ -27,7 +27,7 @@ public:
     // A link is what it leads to, and a link besides; but a system may list a link that leads back to a
     // folder around it as if it were no folder.
     bool IsFolder() const { return (m_entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
-    bool IsLink() const { return (m_entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0; }
+    bool IsLink() const { return MvIsLink(m_entry); }
     // The folder itself or the one above it.
     bool IsDots() const {
         const wchar_t* name = Name();

@@ -140,6 +140,17 @@ TEST_F(PosixFilesTest, RemovalOfALinkToAFileLeavesTheFile) {
     EXPECT_EQ(folder.Read(L"file"), "x");
 }
 
+TEST_F(PosixFilesTest, LinkWhoseNameLooksLikeAPatternIsALinkAllTheSame) {
+    fs::create_directory(folder.Root() / "t");
+    folder.Write(L"t/file", "x");
+    for (const char* name : {"aXb", "a1b"})
+        fs::create_directory(folder.Root() / name);
+    fs::create_symlink(folder.Root() / "t", folder.Root() / "a*b");
+    EXPECT_EQ(CPathString::EsborrarCarpeta(In(L"a*b"), 1), 1);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(folder.Root() / "a*b")));
+    EXPECT_EQ(folder.Read(L"t/file"), "x");
+}
+
 TEST_F(PosixFilesTest, ForcedRemovalOfALinkLeavesItsTargetReadOnly) {
     folder.Write(L"file", "x");
     fs::create_symlink(folder.Root() / "file", folder.Root() / "link");
