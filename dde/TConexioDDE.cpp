@@ -39,7 +39,7 @@ int TConexioDDE::Desconectar() {
 }
 
 int TConexioDDE::EnviarDades(const wchar_t* szComanda) {
-    if (!Conectat())
+    if (!Conectat() || !szComanda)
         return 0;
     const HCONV conversation = ::DdeConnect(m_dwInstancia, m_hszServei, m_hszTopic, nullptr);
     if (!conversation)

@@ -143,7 +143,7 @@ int TDDEInterface::AfegirNouTopic(const wchar_t* szTopic) {
 }
 
 int TDDEInterface::BorrarTopic(const wchar_t* szTopic) {
-    for (int i = 0; i < MAX_TOPICS; ++i) {
+    for (int i = 0; szTopic && i < MAX_TOPICS; ++i) {
         if (m_strTopics[i].CompareNoCase(szTopic) != 0)
             continue;
         if (m_hszTopics[i])

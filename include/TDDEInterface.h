@@ -49,7 +49,7 @@ public:
 
     // Opens a conversation, sends the command and closes the conversation without waiting for the server's
     // answer. 1 when the command was sent. 0 when not connected, when no server answered (no box is shown),
-    // when an error was pending (shown), or when sending failed. `szComanda` must not be null.
+    // when an error was pending (shown), when sending failed, or for a null command.
     int EnviarDades(const wchar_t* szComanda);
     // Kept: never delivers data. Null when not connected, when the server answered (its conversation stays
     // open until Desconectar), or when an error is pending, which is shown. Only when connecting failed
@@ -71,7 +71,7 @@ public:
     // Without service and topics. `pfnCallback` is the application's callback for the server and for every
     // conversation.
     explicit TDDEInterface(PFNCALLBACK pfnCallback);
-    // The topic becomes the first. Neither text may be null.
+    // The topic becomes the first. A null text is empty, here and for topics.
     TDDEInterface(const wchar_t* szServei, const wchar_t* szTopic, PFNCALLBACK pfnCallback);
     TDDEInterface(const TDDEInterface&) = default;
     TDDEInterface& operator=(const TDDEInterface&) = default;
@@ -101,8 +101,8 @@ public:
     // topic's handle could not be made (the slot is taken then all the same). An empty name leaves the slot
     // free.
     int AfegirNouTopic(const wchar_t* szTopic);
-    // Removes the first topic of that name, without case. 1 when there was one, else 0. Kept: the running
-    // server goes on accepting the old handle until the slot is taken again.
+    // Removes the first topic of that name, without case. 1 when there was one, else 0 (also for null). Kept:
+    // the running server goes on accepting the old handle until the slot is taken again.
     int BorrarTopic(const wchar_t* szTopic);
 
     // ---- Conversations

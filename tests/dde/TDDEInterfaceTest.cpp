@@ -159,6 +159,21 @@ TEST_F(TDDEInterfaceTest, EmptyNameTakesNoSlot) {
     EXPECT_EQ(handler.m_strTopics[0], L"T0");
 }
 
+TEST_F(TDDEInterfaceTest, NullTextsAreEmptyOrRefused) {
+    Handler none(nullptr, nullptr, &Unused);
+    EXPECT_TRUE(none.m_strServei.IsEmpty());
+    EXPECT_EQ(none.BuscarTopicLliure(), 0);
+    EXPECT_EQ(none.AfegirNouTopic(nullptr), 1);
+    EXPECT_EQ(none.BuscarTopicLliure(), 0);
+    Start();
+    EXPECT_EQ(handler.AfegirNouTopic(nullptr), 0);
+    EXPECT_EQ(handler.BorrarTopic(nullptr), 0);
+    EXPECT_EQ(handler.Conectar(nullptr, L"T"), -1);
+    EXPECT_EQ(handler.Conectar(L"S", nullptr), -1);
+    ASSERT_EQ(handler.Conectar(L"mvlib62.unit", L"T0"), 0);
+    EXPECT_EQ(handler.EnviarDades(0, nullptr), 0);
+}
+
 TEST_F(TDDEInterfaceTest, TwoTopicsOfOneNameAreRemovedOneByOne) {
     EXPECT_EQ(handler.AfegirNouTopic(L"t0"), 1);
     Start();

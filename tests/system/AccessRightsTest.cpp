@@ -267,6 +267,10 @@ TEST_F(AccessRightsTest, UserThatIsNotKnownIsAFailure) {
 TEST_F(AccessRightsTest, RealFailuresAreToldWithTheirErrors) {
     path = folder.Path(L"missing");
     EXPECT_EQ(Output(), "GetFileSecurity() failed. Error 2\n");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(AfxAddAccessRights(nullptr, nullptr, 32, 1), 0);
+    const std::string told = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(told.substr(0, 32), "GetFileSecurity() failed. Error ") << told;
     wchar_t nobody[] = L"no such user here";
     testing::internal::CaptureStdout();
     EXPECT_EQ(AfxAddAccessRights(path.data(), nobody, 32, 0), 0);

@@ -30,6 +30,8 @@ TEST(CSharingManagerTest, MissingFolderIsNoFolder) {
     TempFolder folder;
     EXPECT_EQ(AfxShareFolder(folder.Path(L"missing").c_str()), -3);
     EXPECT_EQ(AfxUnShareFolder(folder.Path(L"missing").c_str()), -3);
+    EXPECT_EQ(AfxShareFolder(nullptr), -3);
+    EXPECT_EQ(AfxUnShareFolder(nullptr), -3);
 }
 
 TEST(CSharingManagerTest, RightsCannotBeGiven) {
@@ -37,6 +39,7 @@ TEST(CSharingManagerTest, RightsCannotBeGiven) {
     std::wstring file = folder.Write(L"a", "a");
     EXPECT_EQ(AfxAddAccessRights(file.data(), nullptr, GENERIC_ALL, 1), 0);
     EXPECT_EQ(CSharingManager::AddAccessRights(file.data(), nullptr, GENERIC_ALL, 0), 0);
+    EXPECT_EQ(AfxAddAccessRights(nullptr, nullptr, 0, 0), 0);
 }
 
 TEST(CSharingManagerTest, PartsFailAlike) {

@@ -188,6 +188,8 @@ TEST_F(CSharingManagerTest, MissingFolderIsNoFolder) {
     EXPECT_EQ(AfxUnShareFolder(file.c_str()), -3);
     EXPECT_EQ(AfxShareFolder(L""), -3);
     EXPECT_EQ(AfxUnShareFolder(L""), -3);
+    EXPECT_EQ(AfxShareFolder(nullptr), -3);
+    EXPECT_EQ(AfxUnShareFolder(nullptr), -3);
     EXPECT_TRUE(net->calls.empty());
 }
 
