@@ -223,16 +223,70 @@ TEST_F(CSharingManagerTest, TextsAreCopied) {
 
 // ---- The tool
 
-TEST_F(CSharingManagerTest, ToolTellsTheNameOfTheShare) {
-    // The tool with the same network library beside it; it begins without shares each time.
-    const std::wstring own = ProgramFolder();
-    const std::wstring tool = folder.Path(L"mvtool.exe");
-    ASSERT_TRUE(::CopyFileW((own + L"..\\mvtool.exe").c_str(), tool.c_str(), TRUE));
-    ASSERT_TRUE(::CopyFileW((own + L"netapi32.dll").c_str(), folder.Path(L"netapi32.dll").c_str(), TRUE));
-    const Outcome added = RunProgram(L"\"" + tool + L"\" share add \"" + path + L"\"");
+namespace {
+
+// A variable of the environment while the object lives.
+class Variable {
+public:
+    Variable(const wchar_t* name, const wchar_t* value)
+        : m_name(name) {
+        ::SetEnvironmentVariableW(m_name, value);
+    }
+    ~Variable() { ::SetEnvironmentVariableW(m_name, nullptr); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const wchar_t* m_name;
+};
+
+// The tool in a folder with the same network library, as each run begins with it.
+class ShareToolTest : public CSharingManagerTest {
+protected:
+    void SetUp() override {
+        CSharingManagerTest::SetUp();
+        const std::wstring own = ProgramFolder();
+        tool = folder.Path(L"mvtool.exe");
+        ASSERT_TRUE(::CopyFileW((own + L"..\\mvtool.exe").c_str(), tool.c_str(), TRUE));
+        ASSERT_TRUE(::CopyFileW((own + L"netapi32.dll").c_str(), folder.Path(L"netapi32.dll").c_str(), TRUE));
+    }
+    Outcome Share(const wchar_t* verb) {
+        return RunProgram(L"\"" + tool + L"\" share " + verb + L" \"" + path + L"\"");
+    }
+
+    std::wstring tool;
+};
+
+} // namespace
+
+TEST_F(ShareToolTest, NameOfTheShareIsTold) {
+    const Outcome added = Share(L"add");
     EXPECT_EQ(added.code, 0u);
     EXPECT_EQ(added.output, "INBOX\n");
-    const Outcome ended = RunProgram(L"\"" + tool + L"\" share del \"" + path + L"\"");
+    EXPECT_EQ(added.errors, "");
+    const Variable shared(L"MVLIB_NET_SHARED", path.c_str());
+    EXPECT_EQ(Share(L"add").output, "BEFORE\n");
+}
+
+TEST_F(ShareToolTest, EndOfAShareTellsNothing) {
+    EXPECT_EQ(Share(L"del").code, 0u); // there is none
+    const Variable shared(L"MVLIB_NET_SHARED", path.c_str());
+    const Outcome ended = Share(L"del");
     EXPECT_EQ(ended.code, 0u);
-    EXPECT_EQ(ended.output, "");
+    EXPECT_EQ(ended.output + ended.errors, "");
+}
+
+TEST_F(ShareToolTest, FailureIsToldWithItsReason) {
+    const Variable refusesShares(L"MVLIB_NET_ADD", L"5");
+    const Outcome added = Share(L"add");
+    EXPECT_EQ(added.code, 7u);
+    EXPECT_EQ(added.output, "");
+    EXPECT_NE(added.errors.find("is not shared: "), std::string::npos) << added.errors;
+    EXPECT_NE(added.errors.find(" (5)"), std::string::npos) << added.errors;
+    const Variable shared(L"MVLIB_NET_SHARED", path.c_str());
+    const Variable keepsShares(L"MVLIB_NET_DEL", L"1208");
+    const Outcome ended = Share(L"del");
+    EXPECT_EQ(ended.code, 7u);
+    EXPECT_NE(ended.errors.find("is still shared: "), std::string::npos) << ended.errors;
+    EXPECT_NE(ended.errors.find(" (1208)"), std::string::npos) << ended.errors;
 }

@@ -40,6 +40,9 @@ struct NetWorld {
     std::vector<NetAdded> added;
 };
 
+// A program that has only the library begins with the results that the variables MVLIB_NET_ADD and
+// MVLIB_NET_DEL say, and with a share BEFORE of the folder MVLIB_NET_SHARED.
+
 // The double's world; null when the process has another network library loaded, or none.
 inline NetWorld* LoadedNetDouble() {
     const FARPROC found = ::GetProcAddress(::GetModuleHandleW(L"netapi32.dll"), "NetDouble");

@@ -5,7 +5,22 @@
 
 namespace {
 
-NetWorld g_world;
+std::wstring Variable(const wchar_t* name) {
+    wchar_t value[512] = {};
+    return std::wstring(value, ::GetEnvironmentVariableW(name, value, 512));
+}
+
+// What a program that cannot script begins with stands in its environment.
+NetWorld FirstWorld() {
+    NetWorld world;
+    world.addResult = static_cast<NET_API_STATUS>(_wtoi(Variable(L"MVLIB_NET_ADD").c_str()));
+    world.removeResult = static_cast<NET_API_STATUS>(_wtoi(Variable(L"MVLIB_NET_DEL").c_str()));
+    if (const std::wstring shared = Variable(L"MVLIB_NET_SHARED"); !shared.empty())
+        world.shares.push_back({L"BEFORE", shared});
+    return world;
+}
+
+NetWorld g_world = FirstWorld();
 
 std::wstring Or(LPCWSTR text, const wchar_t* otherwise) {
     return text ? text : otherwise;
