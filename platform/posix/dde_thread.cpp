@@ -246,10 +246,11 @@ void Thread::collect() {
     std::erase_if(m_leaving, [](Link& link) { return !link.flush() || !link.unsent(); });
 }
 
-void Thread::post(Event event) {
+std::uintptr_t Thread::post(Event event) {
     const std::uintptr_t number = ++m_lastEvent;
     m_events.emplace(number, std::move(event));
     postForSource(this, WM_DDE_FIRST, 0, static_cast<LPARAM>(number));
+    return number;
 }
 
 void Thread::collectServices() {
@@ -330,8 +331,8 @@ bool Thread::take(std::uintptr_t number, Conversation& conversation, Message mes
     } else if (!conversation.client && !instance(conversation.instance)) {
         return false;
     } else if (!conversation.client || conversation.asynchronous.count(message.number) != 0) {
-        conversation.pending = true;
-        post({Event::Kind::Message, conversation.instance, number, std::move(message), {}});
+        conversation.pending =
+            post({Event::Kind::Message, conversation.instance, number, std::move(message), {}});
     }
     return true;
 }
@@ -340,6 +341,9 @@ void Thread::collectConversations() {
     for (auto& [number, conversation] : m_conversations) {
         if (conversation.ended)
             continue;
+        // The program may have taken the message and thrown it away: that must not stop the conversation.
+        if (conversation.pending != 0 && !isQueuedForSource(this, static_cast<LPARAM>(conversation.pending)))
+            conversation.pending = 0;
         bool open = conversation.link.flush();
         for (Message message; open && conversation.reads();) {
             const Link::Received received = conversation.link.receive(message);
@@ -435,7 +439,7 @@ LRESULT Thread::dispatch(const MSG& message) {
     m_events.erase(found);
     if (Conversation* const of = conversation(handleOf(event.conversation));
         of && event.kind == Event::Kind::Message)
-        of->pending = false;
+        of->pending = 0;
     if (!instance(event.instance))
         return 0;
     switch (event.kind) {

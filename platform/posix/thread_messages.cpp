@@ -75,8 +75,8 @@ Queue& own() {
     return *queue.queue;
 }
 
-HWND windowOf(MessageSource* source) {
-    return reinterpret_cast<HWND>(source);
+HWND windowOf(const MessageSource* source) {
+    return reinterpret_cast<HWND>(const_cast<MessageSource*>(source));
 }
 
 MSG messageOf(HWND window, UINT number, WPARAM wParam, LPARAM lParam) {
@@ -159,6 +159,13 @@ bool mvplat::takeForSource(MessageSource* source, MSG& message) {
     message = *found;
     queue.messages.erase(found);
     return true;
+}
+
+bool mvplat::isQueuedForSource(const MessageSource* source, LPARAM lParam) {
+    Queue& queue = own();
+    const std::lock_guard guard(queue.lock);
+    return std::any_of(queue.messages.begin(), queue.messages.end(),
+                       [&](const MSG& one) { return one.hwnd == windowOf(source) && one.lParam == lParam; });
 }
 
 // ---- Interface

@@ -477,6 +477,18 @@ TEST_F(DdePosixTest, ClientThatSendsFasterThanItIsServedWaits) {
     ExpectAlive();
 }
 
+TEST_F(DdePosixTest, MessageThatIsThrownAwayDoesNotStopItsConversation) {
+    RawClient client(Sockets().at(0));
+    client.SendPart(1, 0, Text("Place") + Text("Topic"));
+    PumpWaiting();
+    for (int i = 0; i < 3; ++i)
+        client.Try(6, std::string(8, 'c'));
+    MSG thrownAway;
+    ASSERT_TRUE(PeekMessageW(&thrownAway, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_TRUE(PumpUntil([&] { return server.commands.size() == 2; }));
+    ExpectAlive();
+}
+
 TEST_F(DdePosixTest, ClientThatReadsNoAnswersGetsNoMoreOfThem) {
     server.answerSize = 1u << 20;
     RawClient client(Sockets().at(0));

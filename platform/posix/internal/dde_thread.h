@@ -42,12 +42,12 @@ struct Conversation {
     std::map<std::uint32_t, Transaction> asynchronous; // that were not answered yet
     std::uint32_t awaited = 0;                         // the number that somebody waits for
     std::optional<Message> answer;                     // to it
-    bool pending = false;                              // a message arrived and was not dispatched yet
+    std::uintptr_t pending = 0;                        // the event that was not dispatched yet
 
     // Whether more is read from the other end now: one that sends faster than it is served, or does not read
     // what it is answered, has to wait. A client always reads answers, so that two ends never wait for each
     // other.
-    bool reads() const { return !pending && (client || !link.unsent()); }
+    bool reads() const { return pending == 0 && (client || !link.unsent()); }
 };
 
 // What a message of the thread's queue stands for.
@@ -97,7 +97,7 @@ private:
     void collectClients();
     void collectWaiting();
     void collectConversations();
-    void post(Event event);
+    std::uintptr_t post(Event event); // its number
     bool take(std::uintptr_t number, Conversation& conversation, Message message);
 
     void initiate(Waiting& client, const Message& message);

@@ -32,5 +32,7 @@ void removeMessageSource(MessageSource* source);
 void postForSource(MessageSource* source, UINT message, WPARAM wParam, LPARAM lParam);
 // Takes the first waiting message of the source; false when there is none.
 bool takeForSource(MessageSource* source, MSG& message);
+// Whether such a message of the source still waits.
+bool isQueuedForSource(const MessageSource* source, LPARAM lParam);
 
 } // namespace mvplat
