@@ -231,6 +231,26 @@ TEST_F(TDDEInterfaceTest, ErrorOfTheDdeLibraryStopsTheStart) {
     EXPECT_EQ(handler.m_hszServei, nullptr);
 }
 
+TEST_F(TDDEInterfaceTest, ServiceWithoutANameDoesNotStart) {
+    BoxCapture boxes;
+    Handler nameless(L"", L"T", &Unused);
+    EXPECT_EQ(nameless.InitServidor(), 0);
+    ASSERT_EQ(boxes.Boxes().size(), 1u);
+    EXPECT_EQ(boxes.Boxes()[0].caption, L" DDE_ERROR ");
+    EXPECT_EQ(boxes.Boxes()[0].text, L"InvalidParameter");
+    EXPECT_EQ(nameless.m_hszTopics[0], nullptr);
+    EXPECT_EQ(nameless.DoneServidor(), 1);
+}
+
+TEST_F(TDDEInterfaceTest, ServiceMayBeServedByTwoObjects) {
+    BoxCapture boxes;
+    Handler second(L"mvlib62.unit", L"T0", &Unused);
+    Start();
+    EXPECT_EQ(second.InitServidor(), 1);
+    EXPECT_NE(second.m_dwInstancia, handler.m_dwInstancia);
+    EXPECT_EQ(boxes.Boxes().size(), 0u);
+}
+
 TEST_F(TDDEInterfaceTest, TopicThatGetsNoHandleStopsTheStart) {
     handler.m_strTopics[5] = std::wstring(300, L'x').c_str();
     EXPECT_EQ(handler.InitServidor(), 0);
