@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 
 namespace mvlib::units {
@@ -11,22 +12,45 @@ namespace {
 constexpr int MANTISSA_BITS = 52;
 constexpr std::uint64_t SCALES[] = {1, 10, 100, 1000};
 
-// The digits of `number`, at least `least` of them.
-wchar_t* WriteDigits(wchar_t* text, std::uint64_t number, int least) {
-    wchar_t digits[20];
-    wchar_t* const end = digits + 20;
-    wchar_t* first = end;
+struct DigitPairs {
+    char digits[200];
+};
+
+constexpr DigitPairs MakePairs() {
+    DigitPairs pairs = {};
+    for (int i = 0; i < 100; ++i) {
+        pairs.digits[2 * i] = static_cast<char>('0' + i / 10);
+        pairs.digits[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}
+
+constexpr DigitPairs PAIRS = MakePairs();
+
+int CountDigits(std::uint64_t number) {
+    int count = 1;
+    for (; number >= 10000; number /= 10000)
+        count += 4;
+    return count + (number >= 10) + (number >= 100) + (number >= 1000);
+}
+
+// The digits of `number`, which are `count`.
+wchar_t* WriteDigits(wchar_t* text, std::uint64_t number, int count) {
+    wchar_t* const end = text + count;
+    wchar_t* at = end;
     // Divisions of 32 bits as long as they do: those of 64 are slow on 32-bit targets.
     for (; number > 0xFFFFFFFF; number /= 10)
-        *--first = static_cast<wchar_t>(L'0' + number % 10);
+        *--at = static_cast<wchar_t>(L'0' + number % 10);
     auto rest = static_cast<std::uint32_t>(number);
-    for (; rest != 0; rest /= 10)
-        *--first = static_cast<wchar_t>(L'0' + rest % 10);
-    while (end - first < least)
-        *--first = L'0';
-    while (first != end)
-        *text++ = *first++;
-    return text;
+    for (; at - text >= 2; rest /= 100) {
+        const char* pair = PAIRS.digits + std::size_t{2} * (rest % 100);
+        at -= 2;
+        at[0] = static_cast<wchar_t>(pair[0]);
+        at[1] = static_cast<wchar_t>(pair[1]);
+    }
+    if (at != text)
+        *text = static_cast<wchar_t>(L'0' + rest);
+    return end;
 }
 
 } // namespace
@@ -56,21 +80,22 @@ wchar_t* WriteFixed(wchar_t* text, double value, int decimals) {
     }
     if (bits >> 63 != 0)
         *text++ = L'-';
-    text = WriteDigits(text, scaled, decimals + 1);
+    std::uint64_t whole = scaled / 1000;
+    if (decimals != 3)
+        whole = decimals == 2 ? scaled / 100 : decimals == 1 ? scaled / 10 : scaled;
+    text = WriteDigits(text, whole, CountDigits(whole));
     if (decimals == 0)
         return text;
-    wchar_t* const point = text - decimals;
-    for (wchar_t* at = text; at != point; --at)
-        *at = at[-1];
-    *point = L'.';
-    return text + 1;
+    *text++ = L'.';
+    return WriteDigits(text, scaled - whole * SCALES[decimals], decimals);
 }
 
 wchar_t* WriteInt(wchar_t* text, int value) {
     if (value < 0)
         *text++ = L'-';
     const auto number = static_cast<std::uint32_t>(value);
-    return WriteDigits(text, value < 0 ? 0 - number : number, 1);
+    const std::uint32_t size = value < 0 ? 0 - number : number;
+    return WriteDigits(text, size, CountDigits(size));
 }
 
 } // namespace mvlib::units

@@ -5,6 +5,7 @@
 #include "units/Abbreviations.h"
 #include "units/FixedText.h"
 
+#include <bit>
 #include <cmath>
 #include <cwchar>
 #include <limits>
@@ -57,26 +58,61 @@ TipusUnitats ResolveName(TipusUnitats unit) {
     return IsValid(unit) ? unit : UNITATS_MM;
 }
 
-// A length as text: what `write` makes of it, or an infinity; then the abbreviation.
+// Writes a length into `text`: what `write` makes of it, or an infinity; then the abbreviation, if any.
 template <class Write>
-CString ToText(double eps, TipusUnitats unit, int withAbbreviation, Write write) {
-    wchar_t text[FIXED_TEXT_SIZE + Abbreviations::ROOM];
-    wchar_t* end = text;
+wchar_t* WriteLength(wchar_t* text, double eps, const wchar_t* abbreviation, int abbreviationLength,
+                     Write write) {
     if (std::fabs(eps) < NO_LENGTH)
-        end = write(text);
+        text = write(text);
     else
         for (const wchar_t* from = eps > 0.0 ? L"#1.INF" : L"-#1.INF"; *from; ++from)
-            *end++ = *from;
+            *text++ = *from;
+    if (abbreviation) {
+        *text++ = L' ';
+        for (int i = 0; i < abbreviationLength; ++i)
+            *text++ = abbreviation[i];
+    }
+    return text;
+}
+
+// A length as text. With `isShort` a length below SHORT_BELOW takes no more than SHORT_TEXT characters.
+constexpr double SHORT_BELOW = 1e6;
+constexpr int SHORT_TEXT = 18;
+constexpr int SHORT_ROOM = 23;
+
+template <class Write>
+CString ToText(double eps, TipusUnitats unit, int withAbbreviation, bool isShort, Write write) {
+    const wchar_t* abbreviation = nullptr;
+    int length = 0;
+    CString loaded;
     if (withAbbreviation != 0) {
-        *end++ = L' ';
         const Abbreviations& abbreviations = CurrentAbbreviations();
         const TipusUnitats named = ResolveName(unit);
-        if (!abbreviations.fit)
-            return CString(text, static_cast<int>(end - text)) + unitNomAbr(named);
-        std::wmemcpy(end, abbreviations.text[named], static_cast<std::size_t>(abbreviations.length[named]));
-        end += abbreviations.length[named];
+        if (abbreviations.fit) {
+            abbreviation = abbreviations.text[named];
+            length = abbreviations.length[named];
+        } else {
+            loaded = unitNomAbr(named);
+            abbreviation = loaded;
+            length = loaded.GetLength();
+        }
     }
-    return CString(text, static_cast<int>(end - text));
+    CString result;
+    if (isShort && std::fabs(eps) < SHORT_BELOW && length < SHORT_ROOM - SHORT_TEXT) {
+        // Straight into the result: copying a few characters that were just written one by one takes longer
+        // than writing them.
+        wchar_t* const text = result.GetBuffer(SHORT_ROOM);
+        result.ReleaseBufferSetLength(
+            static_cast<int>(WriteLength(text, eps, abbreviation, length, write) - text));
+        return result;
+    }
+    wchar_t text[FIXED_TEXT_SIZE + Abbreviations::ROOM];
+    const bool fits = length < Abbreviations::ROOM;
+    const wchar_t* const end = WriteLength(text, eps, abbreviation, fits ? length : 0, write);
+    result.SetString(text, static_cast<int>(end - text));
+    if (!fits)
+        result += loaded;
+    return result;
 }
 
 // Cut towards zero; what does not fit 32 bits, and what is no number, becomes the nearest that does, or 0.
@@ -92,14 +128,14 @@ int Cut(double value) {
 
 CString eps2unit(double dEps, TipusUnitats nUnitat, int bAbreviatura) {
     nUnitat = Resolve(nUnitat);
-    return ToText(dEps, nUnitat, bAbreviatura, [=](wchar_t* text) {
+    return ToText(dEps, nUnitat, bAbreviatura, true, [=](wchar_t* text) {
         return WriteFixed(text, FromEps(dEps, nUnitat), IsValid(nUnitat) ? DECIMALS[nUnitat] : 0);
     });
 }
 
 CString eps2fraccio(double dEps, int nDenominador, TipusUnitats nUnitat, int bAbreviatura) {
     nUnitat = Resolve(nUnitat);
-    return ToText(dEps, nUnitat, bAbreviatura, [=](wchar_t* text) {
+    return ToText(dEps, nUnitat, bAbreviatura, nDenominador < 10000, [=](wchar_t* text) {
         int whole, numerator, denominator;
         unitCalcularFraccio(FromEps(dEps, nUnitat), nDenominador, whole, numerator, denominator);
         if (whole != 0 || numerator == 0)
@@ -120,13 +156,24 @@ void unitCalcularFraccio(double dValor, int nDenominador, int& nEnter, int& nNum
     nNumerador = 0;
     if (nDenominador > 1) {
         // Kept: a numerator that rounds up to the denominator is not carried over.
-        if (size < 2147483648.0)
-            nNumerador = Cut((size - nEnter) / (1.0 / nDenominador) + 0.5);
         nReduit = nDenominador;
-        if (nNumerador > 0) {
-            const int divisor = std::gcd(nNumerador, nDenominador);
-            nNumerador /= divisor;
-            nReduit /= divisor;
+        if ((nDenominador & (nDenominador - 1)) == 0) {
+            // By a power of two everything is exact, also the short way.
+            if (size < 2147483648.0)
+                nNumerador = Cut((size - nEnter) * nDenominador + 0.5);
+            if (nNumerador > 0) {
+                const int both = std::countr_zero(static_cast<unsigned int>(nNumerador | nDenominador));
+                nNumerador >>= both;
+                nReduit >>= both;
+            }
+        } else {
+            if (size < 2147483648.0)
+                nNumerador = Cut((size - nEnter) / (1.0 / nDenominador) + 0.5);
+            if (nNumerador > 0) {
+                const int divisor = std::gcd(nNumerador, nDenominador);
+                nNumerador /= divisor;
+                nReduit /= divisor;
+            }
         }
     }
     if (dValor < 0) {
