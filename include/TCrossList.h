@@ -18,6 +18,8 @@
 // exception; then nothing is inserted, and an item handed in stays the caller's.
 #pragma once
 
+#include <cstdint>
+
 #include "afx.h"
 #include "mvlib_export.h"
 #include "TItem.h"
@@ -220,6 +222,7 @@ protected:
             TCrossNode* pNode;
         };
 
+        unsigned int Home(const TItem* pItem) const;
         Lloc* Find(const TItem* pItem) const;
 
         Lloc* m_pTable;
@@ -248,6 +251,49 @@ private:
     template <class Insert>
     TCrossNode* WithNode(TItem* pItem, Insert insert);
 };
+
+inline unsigned int TCrossList::CMapaNodes::Home(const TItem* pItem) const {
+    // Addresses differ in their middle bits; the product brings those to the top.
+    const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(pItem));
+    return static_cast<unsigned int>((address * 0x9E3779B97F4A7C15ull) >> m_nShift);
+}
+
+// The item's place, or the unused one where it would stand. There is always an unused place in a table.
+inline TCrossList::CMapaNodes::Lloc* TCrossList::CMapaNodes::Find(const TItem* pItem) const {
+    unsigned int at = Home(pItem);
+    while (m_pTable[at].pItem && m_pTable[at].pItem != pItem) {
+        at = (at + 1) & m_nMask;
+    }
+    return &m_pTable[at];
+}
+
+inline TCrossNode* TCrossList::CMapaNodes::Lookup(const TItem* pItem) const {
+    return m_pTable && pItem ? Find(pItem)->pNode : nullptr;
+}
+
+inline int TCrossList::IsEmpty() const {
+    return m_nCount <= 0 ? 1 : 0;
+}
+
+inline TCrossNode* TCrossList::GetNode(const TItem* pItem) const {
+    return m_mapItems.Lookup(pItem);
+}
+
+inline TCrossNode* TCrossList::GetFirst() const {
+    return m_pFirst;
+}
+
+inline TCrossNode* TCrossList::GetLast() const {
+    return m_pLast;
+}
+
+inline TCrossNode* TCrossList::GetPrev(const TCrossNode* pNode) const {
+    return pNode ? pNode->GetPrev() : nullptr;
+}
+
+inline TCrossNode* TCrossList::GetNext(const TCrossNode* pNode) const {
+    return pNode ? pNode->GetNext() : nullptr;
+}
 
 // The same list as a ring: the last node's next is the first, the first one's previous the last.
 class MVLIB_API TCircularCrossList : public TCrossList {

@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <type_traits>
+#include <utility>
 
 namespace mvlib::blocks {
 
@@ -48,7 +51,9 @@ private:
 // What the threads share of one size class.
 struct SharedPool {
     SpinLock lock;
-    FreeBlock* batches;
+    FreeBlock* batches; // to be taken
+    FreeBlock* given;   // to be looked at before they are
+    std::size_t givenCount;
     Chunk* chunks;
     char* fresh;
     char* freshEnd;
@@ -66,9 +71,136 @@ void GiveBatch(SharedPool& pool, FreeBlock* batch) {
     if (batch == nullptr)
         return;
     const std::lock_guard guard(pool.lock);
-    batch->nextBatch = pool.batches;
-    pool.batches = batch;
+    batch->nextBatch = pool.given;
+    pool.given = batch;
+    ++pool.givenCount;
 }
+
+// ---- Order
+
+// Blocks that were freed in no order would be handed out in no order for ever after, and whoever walks what
+// was built from them waits for memory at every step. So blocks go back to the order of their addresses, a
+// hundred thousand at a time, before they are used again.
+constexpr std::size_t LEAST_TO_SORT = 16; // batches
+constexpr std::size_t MOST_TO_SORT = 4096;
+
+std::uintptr_t PlaceOf(const FreeBlock* block) {
+    return reinterpret_cast<std::uintptr_t>(block) / GRAIN;
+}
+
+// Whether nearly every block lies beside the one before it, by a look at some batches.
+bool IsInOrder(const FreeBlock* batch, std::size_t bytes) {
+    int near = 0;
+    int far = 0;
+    for (int i = 0; i < 8 && batch != nullptr; ++i, batch = batch->nextBatch) {
+        for (const FreeBlock* block = batch; block->next != nullptr; block = block->next) {
+            const auto distance =
+                reinterpret_cast<const char*>(block->next) - reinterpret_cast<const char*>(block);
+            const auto reach = static_cast<std::ptrdiff_t>(4 * bytes);
+            ++(distance <= reach && distance >= -reach ? near : far);
+        }
+    }
+    return near >= 4 * far;
+}
+
+// A list that is added to at its end.
+struct Queue {
+    FreeBlock* first;
+    FreeBlock** end;
+};
+
+// The blocks in the order of their addresses, whose places run from `least` to `most`: by 11 bits at a time,
+// from queue to queue, which takes no memory.
+FreeBlock* SortedByPlace(FreeBlock* list, std::uintptr_t least, std::uintptr_t most) {
+    constexpr unsigned BITS = 11;
+    for (unsigned shift = 0; shift < 8 * sizeof most && (most - least) >> shift != 0; shift += BITS) {
+        Queue queues[std::size_t{1} << BITS];
+        for (Queue& queue : queues)
+            queue.end = &queue.first;
+        while (list != nullptr) {
+            FreeBlock* const block = list;
+            list = block->next;
+            Queue& queue = queues[((PlaceOf(block) - least) >> shift) & ((1U << BITS) - 1)];
+            *queue.end = block;
+            queue.end = &block->next;
+        }
+        FreeBlock** end = &list;
+        for (Queue& queue : queues) {
+            if (queue.end == &queue.first)
+                continue;
+            *end = queue.first;
+            end = queue.end;
+        }
+        *end = nullptr;
+    }
+    return list;
+}
+
+// The same blocks in batches by their addresses.
+FreeBlock* Sorted(FreeBlock* batches, std::size_t index) {
+    FreeBlock* list = nullptr;
+    FreeBlock** end = &list;
+    std::uintptr_t least = UINTPTR_MAX;
+    std::uintptr_t most = 0;
+    for (FreeBlock* batch = batches; batch != nullptr;) {
+        FreeBlock* const next = batch->nextBatch;
+        *end = batch;
+        for (; *end != nullptr; end = &(*end)->next) {
+            least = std::min(least, PlaceOf(*end));
+            most = std::max(most, PlaceOf(*end));
+        }
+        batch = next;
+    }
+    FreeBlock* block = SortedByPlace(list, least, most);
+    FreeBlock* first = nullptr;
+    FreeBlock** link = &first;
+    while (block != nullptr) {
+        *link = block;
+        link = &block->nextBatch;
+        for (int i = 1; i < BatchLimit(index) && block->next != nullptr; ++i)
+            block = block->next;
+        block = std::exchange(block->next, nullptr);
+    }
+    *link = nullptr;
+    return first;
+}
+
+// Lets the batches that were given be taken, in order where that is worth while. The lock is held, and
+// released while blocks are sorted; other threads do with what is left meanwhile.
+void TakeGivenLocked(SharedPool& pool, std::size_t index) {
+    FreeBlock* const given = pool.given;
+    if (pool.givenCount < LEAST_TO_SORT || IsInOrder(given, (index + 1) * GRAIN)) {
+        pool.batches = std::exchange(pool.given, nullptr);
+        pool.givenCount = 0;
+        return;
+    }
+    FreeBlock* last = given;
+    std::size_t taken = 1;
+    for (; taken < MOST_TO_SORT && last->nextBatch != nullptr; ++taken)
+        last = last->nextBatch;
+    pool.given = std::exchange(last->nextBatch, nullptr);
+    pool.givenCount -= taken;
+    pool.lock.unlock();
+    FreeBlock* sorted = Sorted(given, index);
+    FreeBlock* end = sorted;
+    while (end->nextBatch != nullptr)
+        end = end->nextBatch;
+    pool.lock.lock();
+    end->nextBatch = pool.batches;
+    pool.batches = sorted;
+}
+
+// A batch, or null when there is none. The lock is held.
+FreeBlock* TakeBatchLocked(SharedPool& pool, std::size_t index) {
+    if (pool.batches == nullptr && pool.given != nullptr)
+        TakeGivenLocked(pool, index);
+    FreeBlock* const batch = pool.batches;
+    if (batch != nullptr)
+        pool.batches = batch->nextBatch;
+    return batch;
+}
+
+// ---- Fresh memory
 
 // Fresh memory for a batch of blocks, or for fewer when the chunk ends. False without memory. The lock is
 // held.
@@ -142,11 +274,11 @@ ThreadCache* OwnCache() {
 void* AllocateShared(std::size_t index) {
     SharedPool& pool = g_pools[index];
     const std::lock_guard guard(pool.lock);
-    if (FreeBlock* block = pool.batches) {
-        FreeBlock* rest = block->next;
-        if (rest != nullptr)
-            rest->nextBatch = block->nextBatch;
-        pool.batches = rest != nullptr ? rest : block->nextBatch;
+    if (FreeBlock* block = TakeBatchLocked(pool, index)) {
+        if (FreeBlock* rest = block->next) {
+            rest->nextBatch = pool.batches;
+            pool.batches = rest;
+        }
         return block;
     }
     char* begin;
@@ -169,10 +301,8 @@ void* AllocateSlowly(std::size_t index) noexcept {
     list.reserve = nullptr;
     if (batch == nullptr) {
         const std::lock_guard guard(pool.lock);
-        batch = pool.batches;
-        if (batch != nullptr) {
-            pool.batches = batch->nextBatch;
-        } else {
+        batch = TakeBatchLocked(pool, index);
+        if (batch == nullptr) {
             char* begin;
             char* end;
             if (!CarveLocked(pool, index, begin, end))

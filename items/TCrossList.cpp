@@ -100,29 +100,15 @@ TCrossList::CMapaNodes::~CMapaNodes() {
     std::free(m_pTable);
 }
 
-// The item's place, or the unused one where it would stand. There is always an unused place in a table.
-TCrossList::CMapaNodes::Lloc* TCrossList::CMapaNodes::Find(const TItem* pItem) const {
-    // Addresses differ in their middle bits; the product brings those to the top.
-    const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(pItem));
-    auto at = static_cast<unsigned int>((address * 0x9E3779B97F4A7C15ull) >> m_nShift);
-    while (m_pTable[at].pItem && m_pTable[at].pItem != pItem) {
-        at = (at + 1) & m_nMask;
-    }
-    return &m_pTable[at];
-}
-
-TCrossNode* TCrossList::CMapaNodes::Lookup(const TItem* pItem) const {
-    return m_pTable && pItem ? Find(pItem)->pNode : nullptr;
-}
-
 void TCrossList::CMapaNodes::Reserve(unsigned int nMore) {
     const std::size_t places = m_pTable ? std::size_t{m_nMask} + 1 : 0;
-    const std::size_t needed = (std::size_t{m_nCount} + nMore) * 2;
-    if (needed <= places) {
+    const std::size_t entries = std::size_t{m_nCount} + nMore;
+    const auto isEnough = [entries](std::size_t room) { return entries <= room / 4 * 3; };
+    if (isEnough(places)) {
         return;
     }
     unsigned int shift = places ? m_nShift - 1 : 64 - kFirstPlacesLog2;
-    while ((std::size_t{1} << (64 - shift)) < needed) {
+    while (!isEnough(std::size_t{1} << (64 - shift))) {
         --shift;
     }
     const std::size_t wanted = std::size_t{1} << (64 - shift);
@@ -160,14 +146,14 @@ void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
     --m_nCount;
     // Closes the gap: every entry behind it that would not be found across the gap moves into it.
     auto gap = static_cast<unsigned int>(place - m_pTable);
-    m_pTable[gap] = {};
     for (unsigned int at = (gap + 1) & m_nMask; m_pTable[at].pItem; at = (at + 1) & m_nMask) {
-        const Lloc entry = m_pTable[at];
-        m_pTable[at].pItem = nullptr;
-        Lloc* home = Find(entry.pItem);
-        m_pTable[at] = {};
-        *home = entry;
+        const unsigned int home = Home(m_pTable[at].pItem);
+        if (((at - home) & m_nMask) >= ((at - gap) & m_nMask)) {
+            m_pTable[gap] = m_pTable[at];
+            gap = at;
+        }
     }
+    m_pTable[gap] = {};
 }
 
 void TCrossList::CMapaNodes::Reset(TCrossNode* pFirst, int nNodes) {
@@ -360,30 +346,6 @@ void TCrossList::Done(int bEliminar) {
     Init();
 }
 
-int TCrossList::IsEmpty() const {
-    return m_nCount <= 0 ? 1 : 0;
-}
-
-TCrossNode* TCrossList::GetNode(const TItem* pItem) const {
-    return m_mapItems.Lookup(pItem);
-}
-
-TCrossNode* TCrossList::GetFirst() const {
-    return m_pFirst;
-}
-
-TCrossNode* TCrossList::GetLast() const {
-    return m_pLast;
-}
-
-TCrossNode* TCrossList::GetPrev(const TCrossNode* pNode) const {
-    return pNode ? pNode->GetPrev() : nullptr;
-}
-
-TCrossNode* TCrossList::GetNext(const TCrossNode* pNode) const {
-    return pNode ? pNode->GetNext() : nullptr;
-}
-
 TCrossNode* TCrossList::InsertAfter(TCrossNode* pNode, TCrossNode* pAfter) {
     if (!pNode) {
         return nullptr;
@@ -544,6 +506,7 @@ int TCrossList::Remove(TCrossNode* pNode) {
     if (!pNode) {
         return kMissing;
     }
+    __builtin_prefetch(pNode->GetItem()); // it goes last, and would be waited for
     delete PullOut(pNode);
     return 0;
 }

@@ -97,6 +97,50 @@ TEST(SmallBlocks, MemoryGivenBackIsEnoughForTheNextRound) {
               100);
 }
 
+TEST(SmallBlocks, BlocksFreedInNoOrderComeBackInOrder) {
+    constexpr int COUNT = 20000;
+    std::vector<unsigned char*> taken;
+    for (int i = 0; i < COUNT; ++i)
+        taken.push_back(Take(blocks::LARGEST, 1).memory);
+    const std::set<unsigned char*> known(taken.begin(), taken.end());
+    ASSERT_EQ(known.size(), taken.size());
+    std::shuffle(taken.begin(), taken.end(), std::mt19937(6));
+    for (unsigned char* block : taken)
+        GiveBack({block, blocks::LARGEST, 1});
+    std::vector<unsigned char*> again;
+    for (int i = 0; i < COUNT; ++i)
+        again.push_back(Take(blocks::LARGEST, 2).memory);
+    int inOrder = 0;
+    for (int i = 1; i < COUNT; ++i) {
+        const auto before = reinterpret_cast<std::uintptr_t>(again[static_cast<std::size_t>(i) - 1]);
+        const auto here = reinterpret_cast<std::uintptr_t>(again[static_cast<std::size_t>(i)]);
+        inOrder += here > before && here - before < 2000 ? 1 : 0;
+    }
+    EXPECT_GT(inOrder, COUNT * 9 / 10);
+    EXPECT_EQ(std::set<unsigned char*>(again.begin(), again.end()).size(), again.size());
+    for (unsigned char* block : again)
+        GiveBack({block, blocks::LARGEST, 2});
+}
+
+TEST(SmallBlocks, ThreadsThatFreeInNoOrderShareThePools) {
+    std::vector<std::thread> threads;
+    for (unsigned seed = 0; seed < 4; ++seed)
+        threads.emplace_back([seed] {
+            std::mt19937 random(seed);
+            for (int round = 0; round < 20; ++round) {
+                std::vector<Block> taken;
+                for (int i = 0; i < 4000; ++i)
+                    taken.push_back(
+                        Take(blocks::LARGEST - blocks::GRAIN, static_cast<unsigned char>(seed + 1)));
+                std::shuffle(taken.begin(), taken.end(), random);
+                for (const Block& block : taken)
+                    GiveBack(block);
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
 TEST(SmallBlocks, BlocksMayBeFreedOnAnotherThread) {
     for (int round = 0; round < 20; ++round) {
         std::vector<Block> taken;
