@@ -25,16 +25,50 @@ void CheckReading(const std::string& file, const std::wstring& section) {
         Require(list.empty() || list.back() == 0, "a list ends with a NUL");
 }
 
+std::vector<std::wstring> Split(const std::wstring& list) {
+    std::vector<std::wstring> texts;
+    for (std::size_t at = 0; at < list.size(); at += texts.back().size() + 1)
+        texts.emplace_back(list.c_str() + at);
+    return texts;
+}
+
+// Whether a text answers as one that was read from the bytes.
+void RequireSame(ProfileText& text, const std::string& bytes) {
+    ProfileText anew(bytes);
+    Require(text.sectionNames() == anew.sectionNames(), "a change in place gives the same sections");
+    std::vector<std::wstring> sections = Split(anew.sectionNames());
+    sections.emplace_back();
+    for (const std::wstring& section : sections) {
+        Require(text.keys(section) == anew.keys(section) && text.lines(section) == anew.lines(section),
+                "a change in place gives the same lines");
+        for (const std::wstring& key : Split(anew.keys(section))) {
+            std::wstring_view value, expected;
+            Require(text.value(section, key, value) && anew.value(section, key, expected) &&
+                        value == expected,
+                    "a change in place gives the same values");
+        }
+    }
+}
+
 // The file after the change.
 std::string Change(const std::string& file, const Changes::Step& step) {
     const auto& [kind, section, key, value] = step;
     ProfileText text(file);
+    ProfileText::Change change;
+    // What the change makes of the file, and what a text makes of it that is changed in place.
+    const auto make = [&] {
+        std::string after = text.after(change);
+        if (text.apply(change)) {
+            Require(text.bytes() == after, "a change in place gives the same bytes");
+            RequireSame(text, after);
+        }
+        return after;
+    };
     std::string changed;
     switch (kind % 4) {
     case 0: {
         const std::wstring_view given = value;
-        if (!text.withValue(section, key, &given, changed))
-            changed = file;
+        changed = text.withValue(section, key, &given, change) ? make() : file;
         if (!IsSection(section) || !IsKey(key) || !IsLine(value))
             break;
         Require(Value(changed, section, key) == Expected(value, file), "what was written is read");
@@ -44,21 +78,22 @@ std::string Change(const std::string& file, const Changes::Step& step) {
         break;
     }
     case 1: {
-        if (!text.withValue(section, key, nullptr, changed))
+        if (!text.withValue(section, key, nullptr, change))
             return file;
+        changed = make();
         const Difference difference = Compare(file, changed);
         Require(Feeds(difference.removed) <= 1 && difference.added.empty(), "one line goes");
         break;
     }
     case 2:
-        if (!text.withoutSection(section, changed))
+        if (!text.withoutSection(section, change))
             return file;
+        changed = make();
         Require(Compare(file, changed).added.empty(), "only lines of the section go");
         break;
     default: {
         const std::vector<std::wstring_view> lines = {key, value};
-        if (!text.withLines(section, lines, changed))
-            changed = file;
+        changed = text.withLines(section, lines, change) ? make() : file;
         if (IsSection(section) && IsKey(key) && IsKey(value))
             Require(ProfileText(changed).lines(section) == Trimmed(key) + L'\0' + Trimmed(value) + L'\0',
                     "the lines are read");

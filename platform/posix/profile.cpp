@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
@@ -37,10 +38,7 @@ private:
     HANDLE m_handle;
 };
 
-DWORD readAll(int descriptor, std::string& bytes) {
-    struct stat status;
-    if (::fstat(descriptor, &status) != 0)
-        return errorFromErrno(errno);
+DWORD readAll(int descriptor, const struct stat& status, std::string& bytes) {
     if (!S_ISREG(status.st_mode))
         return ERROR_ACCESS_DENIED;
     bytes.resize(static_cast<std::size_t>(status.st_size));
@@ -58,6 +56,22 @@ DWORD readAll(int descriptor, std::string& bytes) {
     return 0;
 }
 
+// Whether a file has these bytes.
+bool hasBytes(int descriptor, const std::string& bytes) {
+    char block[65536];
+    for (std::size_t done = 0;;) {
+        const ssize_t got = ::pread(descriptor, block, sizeof block, static_cast<off_t>(done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return got == 0 && done == bytes.size();
+        const auto count = static_cast<std::size_t>(got);
+        if (count > bytes.size() - done || std::memcmp(block, bytes.data() + done, count) != 0)
+            return false;
+        done += count;
+    }
+}
+
 bool isSame(const timespec& first, const timespec& second) {
     return first.tv_sec == second.tv_sec && first.tv_nsec == second.tv_nsec;
 }
@@ -69,6 +83,48 @@ bool isSame(const struct stat& first, const struct stat& second) {
 }
 
 // ---- Reading
+
+// Opens a file to read it whole, as CreateFileW does with all sharing. Nobody is held off meanwhile, so
+// that no marks need be put up.
+class ReadOnlyFile {
+public:
+    ReadOnlyFile(LPCWSTR name, const std::string& path) {
+        constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+        constexpr SharedUse use = {useRead, useAll};
+        m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        if (m_descriptor >= 0 && ::fstat(m_descriptor, &m_status) == 0 && S_ISREG(m_status.st_mode) &&
+            !wouldClash(m_status, use) && !wouldClashOutside(m_descriptor, use))
+            return;
+        close();
+        // The function says what is wrong, unless it has passed.
+        const FileHandle file(CreateFileW(name, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+        if (!file.isOpen()) {
+            m_error = GetLastError();
+            return;
+        }
+        m_descriptor = ::fcntl(file.descriptor(), F_DUPFD_CLOEXEC, 0);
+        if (m_descriptor < 0 || ::fstat(m_descriptor, &m_status) != 0)
+            m_error = errorFromErrno(errno);
+    }
+    ReadOnlyFile(const ReadOnlyFile&) = delete;
+    ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
+    ~ReadOnlyFile() { close(); }
+
+    DWORD error() const { return m_error; }
+    int descriptor() const { return m_descriptor; }
+    const struct stat& status() const { return m_status; }
+
+private:
+    void close() {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+        m_descriptor = -1;
+    }
+
+    int m_descriptor = -1;
+    struct stat m_status = {};
+    DWORD m_error = 0;
+};
 
 // The last file that was read. Under its lock.
 class LastProfile {
@@ -87,35 +143,58 @@ public:
             return nullptr;
         }
         struct stat status;
-        if (m_text && m_name == fileName) {
-            if (m_certain && ::stat(m_path.c_str(), &status) == 0 && isSame(status, m_status))
-                return m_text.get();
-        }
-        m_text.reset();
+        if (m_text && m_certain && m_name == fileName && ::stat(m_path.c_str(), &status) == 0 &&
+            isSame(status, m_status))
+            return m_text.get();
         m_name = fileName;
         m_path = systemPath(fileName);
+        m_certain = false;
         timespec now;
         ::clock_gettime(CLOCK_REALTIME, &now);
-        const FileHandle file(CreateFileW(fileName, GENERIC_READ,
-                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                          OPEN_EXISTING, 0, nullptr));
-        if (!file.isOpen()) {
-            error = GetLastError();
+        const ReadOnlyFile file(fileName, m_path);
+        error = file.error();
+        ProfileText* const text = error == 0 ? of(file.descriptor(), file.status(), error) : nullptr;
+        if (!text) {
+            m_text.reset();
             return nullptr;
         }
+        m_status = file.status();
+        m_certain = isOlder(m_status.st_mtim, now) && isOlder(m_status.st_ctim, now);
+        return text;
+    }
+
+    // The text of an open file for a change of it, or null with an error.
+    ProfileText* ofOpen(int descriptor, DWORD& error) {
+        m_certain = false;
+        struct stat status;
+        if (::fstat(descriptor, &status) == 0)
+            return of(descriptor, status, error);
+        error = errorFromErrno(errno);
+        return nullptr;
+    }
+
+    // The change has been made to the file whose text this is.
+    void apply(const ProfileText::Change& change) {
+        m_certain = false;
+        if (!m_text->apply(change))
+            m_text.reset();
+    }
+
+private:
+    // What was read last will do for a file that has its bytes.
+    ProfileText* of(int descriptor, const struct stat& status, DWORD& error) {
+        if (m_text && static_cast<std::size_t>(status.st_size) == m_text->bytes().size() &&
+            S_ISREG(status.st_mode) && hasBytes(descriptor, m_text->bytes()))
+            return m_text.get();
+        m_text.reset();
         std::string bytes;
-        if (::fstat(file.descriptor(), &m_status) != 0)
-            error = errorFromErrno(errno);
-        else
-            error = readAll(file.descriptor(), bytes);
+        error = readAll(descriptor, status, bytes);
         if (error != 0)
             return nullptr;
-        m_certain = isOlder(m_status.st_mtim, now) && isOlder(m_status.st_ctim, now);
         m_text = std::make_unique<ProfileText>(std::move(bytes));
         return m_text.get();
     }
 
-private:
     // Whether a change made from now on must show in the time: the clock of files goes in steps.
     static bool isOlder(const timespec& time, const timespec& now) {
         constexpr long long step = 50000000;
@@ -127,7 +206,7 @@ private:
     std::wstring m_name;
     std::string m_path;
     struct stat m_status = {};
-    bool m_certain = false;
+    bool m_certain = false; // the name, path and status are those of the text
     std::unique_ptr<ProfileText> m_text;
 };
 
@@ -217,7 +296,7 @@ UINT numberOf(std::wstring_view text) {
 
 // ---- Writing
 
-DWORD writeAll(int descriptor, const std::string& bytes) {
+DWORD writeAll(int descriptor, std::string_view bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
         const ssize_t put = ::write(descriptor, bytes.data() + done, bytes.size() - done);
         if (put < 0 && errno != EINTR)
@@ -227,8 +306,9 @@ DWORD writeAll(int descriptor, const std::string& bytes) {
     return 0;
 }
 
-// Puts the bytes in the place of the file that `descriptor` has open.
-DWORD replaceFile(const std::string& path, int descriptor, const std::string& bytes) {
+// Puts the bytes, changed, in the place of the file that `descriptor` has open.
+DWORD replaceFile(const std::string& path, int descriptor, const std::string& bytes,
+                  const ProfileText::Change& change) {
     struct stat status;
     if (::fstat(descriptor, &status) != 0)
         return errorFromErrno(errno);
@@ -239,7 +319,12 @@ DWORD replaceFile(const std::string& path, int descriptor, const std::string& by
     // Only the superuser may give a file away; then rights that go with the owner may be lost.
     const bool given = ::fchown(target, status.st_uid, status.st_gid) == 0;
     ::fchmod(target, status.st_mode & (given ? 07777 : 0777));
-    DWORD error = writeAll(target, bytes);
+    const std::string_view old = bytes;
+    DWORD error = writeAll(target, old.substr(0, change.begin));
+    if (error == 0)
+        error = writeAll(target, change.bytes);
+    if (error == 0)
+        error = writeAll(target, old.substr(change.end));
     if (::close(target) != 0 && error == 0)
         error = errorFromErrno(errno);
     if (error == 0 && ::rename(temporary.c_str(), path.c_str()) != 0)
@@ -271,7 +356,7 @@ std::string targetOf(const std::string& path) {
     return real ? real.get() : path;
 }
 
-// Changes a file. `edit` gets its text and answers whether the bytes that it filled in differ.
+// Changes a file. `edit` gets its text and answers whether the change that it filled in is one.
 template <class Edit>
 DWORD changeProfile(LPCWSTR fileName, const Edit& edit) {
     if (!fileName)
@@ -285,9 +370,9 @@ DWORD changeProfile(LPCWSTR fileName, const Edit& edit) {
         HANDLE handle =
             CreateFileW(fileName, GENERIC_READ | GENERIC_WRITE, shareAll, nullptr, OPEN_EXISTING, 0, nullptr);
         if (handle == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_NOT_FOUND) {
-            std::string bytes;
+            ProfileText::Change change;
             ProfileText empty{std::string()};
-            if (!edit(empty, bytes))
+            if (!edit(empty, change))
                 return 0;
             handle = CreateFileW(fileName, GENERIC_READ | GENERIC_WRITE, shareAll, nullptr, OPEN_ALWAYS, 0,
                                  nullptr);
@@ -307,15 +392,18 @@ DWORD changeProfile(LPCWSTR fileName, const Edit& edit) {
         if (::stat(path.c_str(), &named) != 0 || named.st_dev != opened.st_dev ||
             named.st_ino != opened.st_ino)
             continue; // another one took its place meanwhile
-        std::string bytes;
-        DWORD error = readAll(descriptor, bytes);
-        if (error != 0)
+        LastProfile& last = LastProfile::instance();
+        const std::lock_guard<std::mutex> lock(last.m_lock);
+        DWORD error = 0;
+        ProfileText* const text = last.ofOpen(descriptor, error);
+        if (!text)
             return error;
-        ProfileText text(std::move(bytes));
-        std::string changed;
-        if (edit(text, changed)) {
-            error = replaceFile(path, descriptor, changed);
-            if (error != 0 && created)
+        ProfileText::Change change;
+        if (edit(*text, change)) {
+            error = replaceFile(path, descriptor, text->bytes(), change);
+            if (error == 0)
+                last.apply(change);
+            else if (created)
                 ::unlink(path.c_str());
         }
         return error;
@@ -406,11 +494,11 @@ BOOL WritePrivateProfileStringW(LPCWSTR section, LPCWSTR key, LPCWSTR value, LPC
     return guarded(BOOL{FALSE}, [&] {
         if (!section)
             return finish(ERROR_FILE_NOT_FOUND);
-        return finish(changeProfile(fileName, [&](ProfileText& text, std::string& changed) {
+        return finish(changeProfile(fileName, [&](ProfileText& text, ProfileText::Change& change) {
             if (!key)
-                return text.withoutSection(section, changed);
+                return text.withoutSection(section, change);
             const std::wstring_view given = value ? value : L"";
-            return text.withValue(section, key, value ? &given : nullptr, changed);
+            return text.withValue(section, key, value ? &given : nullptr, change);
         }));
     });
 }
@@ -422,8 +510,8 @@ BOOL WritePrivateProfileSectionW(LPCWSTR section, LPCWSTR lines, LPCWSTR fileNam
         std::vector<std::wstring_view> list;
         for (const wchar_t* line = lines; line && *line; line += list.back().size() + 1)
             list.emplace_back(line);
-        return finish(changeProfile(fileName, [&](ProfileText& text, std::string& changed) {
-            return lines ? text.withLines(section, list, changed) : text.withoutSection(section, changed);
+        return finish(changeProfile(fileName, [&](ProfileText& text, ProfileText::Change& change) {
+            return lines ? text.withLines(section, list, change) : text.withoutSection(section, change);
         }));
     });
 }

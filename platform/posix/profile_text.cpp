@@ -3,6 +3,7 @@
 #include "internal/text.h"
 #include "internal/upper_case.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace mvplat {
@@ -75,6 +76,24 @@ bool ProfileText::isSeparatorAt(std::size_t at, char& kind) const {
     return kind == '\r' || kind == '\n';
 }
 
+// From `at` on; the size of the bytes when there is none.
+std::size_t ProfileText::findSeparator(std::size_t at) const {
+    const char* const bytes = m_bytes.data();
+    const std::size_t size = m_bytes.size();
+    if (m_unit == 1) {
+        while (at < size && bytes[at] != '\r' && bytes[at] != '\n')
+            ++at;
+        return at;
+    }
+    const std::size_t low = m_encoding == Encoding::Utf16 ? 0 : 1;
+    for (; at < size; at += 2) {
+        const char kind = bytes[at + low];
+        if ((kind == '\r' || kind == '\n') && bytes[at + (low ^ 1)] == 0)
+            break;
+    }
+    return at;
+}
+
 void ProfileText::split() {
     const std::size_t size = m_bytes.size();
     m_text.reserve(size / m_unit);
@@ -83,10 +102,9 @@ void ProfileText::split() {
         Line line = {};
         line.begin = at;
         char kind = 0;
-        while (at < size && !isSeparatorAt(at, kind))
-            at += m_unit;
+        at = findSeparator(at);
         line.end = at;
-        if (at < size) {
+        if (at < size && isSeparatorAt(at, kind)) {
             at += m_unit;
             char second = 0;
             const bool both = kind == '\r' && at < size && isSeparatorAt(at, second) && second == '\n';
@@ -107,17 +125,36 @@ void ProfileText::split() {
     }
 }
 
+unsigned ProfileText::unitAt(std::size_t at) const {
+    const auto first = static_cast<unsigned char>(m_bytes[at]);
+    const auto second = static_cast<unsigned char>(m_bytes[at + 1]);
+    return m_encoding == Encoding::Utf16 ? first | unsigned{second} << 8 : second | unsigned{first} << 8;
+}
+
+void ProfileText::decodeUtf16(std::size_t begin, std::size_t end) {
+    const std::size_t length = (end - begin) / 2;
+    const std::size_t before = m_text.size();
+    m_text.resize(before + length);
+    wchar_t* to = m_text.data() + before;
+    unsigned surrogates = 0;
+    for (std::size_t at = begin; at + 1 < end; at += 2) {
+        const unsigned unit = unitAt(at);
+        surrogates |= (unit & 0xF800) == 0xD800 ? 1u : 0u;
+        *to++ = static_cast<wchar_t>(unit);
+    }
+    if (surrogates == 0)
+        return;
+    std::vector<std::uint16_t> units;
+    units.reserve(length);
+    for (std::size_t at = begin; at + 1 < end; at += 2)
+        units.push_back(static_cast<std::uint16_t>(unitAt(at)));
+    m_text.resize(before);
+    m_text += wideFromUtf16(units.data(), units.size());
+}
+
 void ProfileText::decode(std::size_t begin, std::size_t end) {
     if (m_unit == 2) {
-        std::vector<std::uint16_t> units;
-        units.reserve((end - begin) / 2);
-        const bool swapped = m_encoding == Encoding::Utf16Swapped;
-        for (std::size_t i = begin; i + 1 < end; i += 2) {
-            const auto low = static_cast<unsigned char>(m_bytes[swapped ? i + 1 : i]);
-            const auto high = static_cast<unsigned char>(m_bytes[swapped ? i : i + 1]);
-            units.push_back(static_cast<std::uint16_t>(low | high << 8));
-        }
-        m_text += wideFromUtf16(units.data(), units.size());
+        decodeUtf16(begin, end);
         return;
     }
     while (begin < end && static_cast<unsigned char>(m_bytes[begin]) < 0x80)
@@ -170,6 +207,17 @@ ProfileText::Section* ProfileText::find(std::wstring_view name) {
 }
 
 const ProfileText::Line* ProfileText::findKey(Section& section, std::wstring_view key) {
+    key = trimmed(key);
+    // Who reads one value of a section had better not prepare for reading them all.
+    if (!section.asked) {
+        section.asked = true;
+        for (std::size_t i = section.first; i < section.last; ++i) {
+            const std::wstring_view line = text(m_lines[i]);
+            if (!line.empty() && equalButForCase(keyOf(line), key))
+                return &m_lines[i];
+        }
+        return nullptr;
+    }
     if (!section.indexed) {
         section.keys.reserve(section.last - section.first);
         for (std::size_t i = section.first; i < section.last; ++i) {
@@ -178,7 +226,7 @@ const ProfileText::Line* ProfileText::findKey(Section& section, std::wstring_vie
         }
         section.indexed = true;
     }
-    const auto found = section.keys.find(upperCase(trimmed(key)));
+    const auto found = section.keys.find(upperCase(key));
     return found == section.keys.end() ? nullptr : &m_lines[found->second];
 }
 
@@ -256,11 +304,53 @@ std::string ProfileText::encode(std::wstring_view wide) const {
     return bytes;
 }
 
-std::string ProfileText::replaced(std::size_t begin, std::size_t end, const std::string& bytes) const {
+std::string ProfileText::after(const Change& change) const {
     std::string changed;
-    changed.reserve(m_bytes.size() - (end - begin) + bytes.size());
-    changed.append(m_bytes, 0, begin).append(bytes).append(m_bytes, end);
+    changed.reserve(m_bytes.size() - (change.end - change.begin) + change.bytes.size());
+    changed.append(m_bytes, 0, change.begin).append(change.bytes).append(m_bytes, change.end);
     return changed;
+}
+
+bool ProfileText::apply(const Change& change) {
+    if (m_unit != 2)
+        return false;
+    const auto line = std::lower_bound(m_lines.begin(), m_lines.end(), change.begin,
+                                       [](const Line& one, std::size_t at) { return one.begin < at; });
+    if (line == m_lines.end() || line->begin != change.begin || line->end != change.end)
+        return false;
+    // The new line is to be one line, under the same key.
+    ProfileText alone(m_bytes.substr(0, m_mark) + change.bytes);
+    if (alone.m_lines.size() != 1 || alone.m_sections.size() != 1 ||
+        alone.m_lines[0].end != alone.m_lines[0].next)
+        return false;
+    const std::wstring_view before = text(*line);
+    const std::wstring_view now = alone.text(alone.m_lines[0]);
+    if (before.empty() || now.empty() ||
+        (before.front() == L'[' && before.find(L']') != std::wstring_view::npos) ||
+        !equalButForCase(keyOf(before), keyOf(now)))
+        return false;
+    const std::size_t place = line->first;
+    const std::size_t bytesMore = change.bytes.size() - (change.end - change.begin); // modulo its range
+    const std::size_t textMore = now.size() - before.size();
+    m_bytes.replace(change.begin, change.end - change.begin, change.bytes);
+    m_text.replace(place, before.size(), now);
+    line->end += bytesMore;
+    line->next += bytesMore;
+    line->last += textMore;
+    for (auto behind = line + 1; behind != m_lines.end(); ++behind) {
+        behind->begin += bytesMore;
+        behind->end += bytesMore;
+        behind->next += bytesMore;
+        behind->first += textMore;
+        behind->last += textMore;
+    }
+    for (Section& section : m_sections) {
+        if (section.name > place) {
+            section.name += textMore;
+            section.nameEnd += textMore;
+        }
+    }
+    return true;
 }
 
 std::size_t ProfileText::endOf(const Section& section, std::string& before) const {
@@ -279,22 +369,22 @@ std::size_t ProfileText::endOf(const Section& section, std::string& before) cons
     return line->next;
 }
 
-std::string ProfileText::appended(std::wstring_view section, const std::string& lines) const {
-    std::string bytes;
+void ProfileText::appendTo(Change& change, std::wstring_view section, const std::string& lines) const {
+    change.begin = change.end = m_bytes.size();
+    change.bytes.clear();
     if (!m_lines.empty() && m_lines.back().next == m_lines.back().end)
-        bytes = lineEnd();
-    bytes += encode(L"[" + std::wstring(trimmed(section)) + L"]" + m_lineEnd) + lines;
-    return replaced(m_bytes.size(), m_bytes.size(), bytes);
+        change.bytes = lineEnd();
+    change.bytes += encode(L"[" + std::wstring(trimmed(section)) + L"]" + m_lineEnd) + lines;
 }
 
 bool ProfileText::withValue(std::wstring_view section, std::wstring_view key, const std::wstring_view* value,
-                            std::string& changed) {
+                            Change& change) {
     Section* const inside = find(section);
     const Line* const line = inside ? findKey(*inside, key) : nullptr;
     if (!value) {
         if (!line)
             return false;
-        changed = replaced(line->begin, line->next, std::string());
+        change = {line->begin, line->next, std::string()};
         return true;
     }
     const std::wstring name(line ? keyOf(text(*line)) : trimmed(key));
@@ -302,18 +392,18 @@ bool ProfileText::withValue(std::wstring_view section, std::wstring_view key, co
     if (line) {
         if (m_bytes.compare(line->begin, line->end - line->begin, bytes) == 0)
             return false;
-        changed = replaced(line->begin, line->end, bytes);
+        change = {line->begin, line->end, bytes};
     } else if (inside) {
         std::string before;
         const std::size_t at = endOf(*inside, before);
-        changed = replaced(at, at, before + bytes + lineEnd());
+        change = {at, at, before + bytes + lineEnd()};
     } else {
-        changed = appended(section, bytes + lineEnd());
+        appendTo(change, section, bytes + lineEnd());
     }
     return true;
 }
 
-bool ProfileText::withoutSection(std::wstring_view name, std::string& changed) const {
+bool ProfileText::withoutSection(std::wstring_view name, Change& change) const {
     const Section* const section = find(name);
     if (!section || section->first == section->last) {
         if (!section || section->header >= m_lines.size())
@@ -322,12 +412,12 @@ bool ProfileText::withoutSection(std::wstring_view name, std::string& changed) c
     const std::size_t begin = section->header < m_lines.size() ? m_lines[section->header].begin : m_mark;
     const std::size_t end =
         section->last > section->first ? m_lines[section->last - 1].next : m_lines[section->header].next;
-    changed = replaced(begin, end, std::string());
+    change = {begin, end, std::string()};
     return true;
 }
 
 bool ProfileText::withLines(std::wstring_view name, const std::vector<std::wstring_view>& lines,
-                            std::string& changed) const {
+                            Change& change) const {
     std::wstring joined;
     for (const std::wstring_view line : lines)
         joined.append(line).append(m_lineEnd);
@@ -336,7 +426,7 @@ bool ProfileText::withLines(std::wstring_view name, const std::vector<std::wstri
     if (!section) {
         if (lines.empty())
             return false;
-        changed = appended(name, bytes);
+        appendTo(change, name, bytes);
         return true;
     }
     std::string before;
@@ -345,8 +435,8 @@ bool ProfileText::withLines(std::wstring_view name, const std::vector<std::wstri
     const std::size_t begin = hasHeader ? m_lines[section->header].next : m_mark;
     if (hasHeader && m_lines[section->header].next != m_lines[section->header].end)
         before.clear(); // what lacks its end is a line that goes
-    changed = replaced(begin, end, before + bytes);
-    return changed != m_bytes;
+    change = {begin, end, before + bytes};
+    return m_bytes.compare(begin, end - begin, change.bytes) != 0;
 }
 
 } // namespace mvplat

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <sys/stat.h>
@@ -108,6 +109,74 @@ TEST_F(PosixProfile, UnchangedValueLeavesTheFileAlone) {
     struct stat after;
     ::stat((m_folder.Root() / "test.ini").c_str(), &after);
     EXPECT_EQ(before.st_ino, after.st_ino);
+}
+
+// What was read last is kept; its place in memory must answer as the file does, whatever was changed in it.
+TEST_F(PosixProfile, ChangedTextAnswersLikeTheFile) {
+    const std::wstring other = m_folder.Path(L"other.ini");
+    m_folder.Write(L"other.ini", "[Z]\r\nz=1\r\n");
+    const auto list = [](auto read) {
+        wchar_t text[4096] = {};
+        read(text, DWORD{4096});
+        return std::wstring(text, 4096);
+    };
+    const std::wstring sections[] = {L"A", L"b b", L"", L"C"};
+    const auto all = [&] {
+        std::vector<std::wstring> lists;
+        lists.push_back(list(
+            [&](wchar_t* text, DWORD size) { GetPrivateProfileSectionNamesW(text, size, m_path.c_str()); }));
+        for (const std::wstring& section : sections) {
+            lists.push_back(list([&](wchar_t* text, DWORD size) {
+                GetPrivateProfileSectionW(section.c_str(), text, size, m_path.c_str());
+            }));
+            for (const wchar_t* key : {L"one", L"Two", L"[three", L"\u00e9\U0001F600", L"none"})
+                lists.push_back(list([&](wchar_t* text, DWORD size) {
+                    GetPrivateProfileStringW(section.c_str(), key, L"-", text, size, m_path.c_str());
+                }));
+        }
+        return lists;
+    };
+    std::mt19937 random(5);
+    for (const std::string mark : {"", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
+        File(mark);
+        for (int i = 0; i < 250; ++i) {
+            const wchar_t* const keys[] = {L"one", L"TWO", L"[three", L"\u00e9\U0001F600"};
+            const wchar_t* const values[] = {L"",           L"1",       L"a longer value", L"b]",
+                                             L"\U0001F600", L" \"x\" ", L"x\r\ny=2",       L"[s]\r\nk=v",
+                                             nullptr,       L"; note"};
+            ASSERT_TRUE(Set(sections[random() % 4].c_str(), keys[random() % 4], values[random() % 10]));
+            const auto kept = all();
+            GetPrivateProfileIntW(L"Z", L"z", 0, other.c_str()); // now the other one is kept
+            ASSERT_EQ(kept, all()) << i;
+        }
+    }
+}
+
+TEST_F(PosixProfile, ForeignChangeOfTheSameLengthIsSeenAtOnce) {
+    File("[A]\r\na=1\r\n");
+    for (int i = 0; i < 100; ++i) {
+        const std::string digit(1, static_cast<char>('0' + i % 10));
+        {
+            // In place: the same file, the same length, and as a rule the same time.
+            std::fstream file(fs::path(m_path), std::ios::in | std::ios::out | std::ios::binary);
+            file.seekp(7);
+            file << digit;
+        }
+        EXPECT_EQ(Number(L"A", L"a"), static_cast<UINT>(i % 10));
+        EXPECT_TRUE(Set(L"A", L"b", i % 2 ? L"1" : L"2"));
+        EXPECT_EQ(Bytes(), "[A]\r\na=" + digit + "\r\nb=" + (i % 2 ? "1" : "2") + "\r\n");
+    }
+}
+
+TEST_F(PosixProfile, FileThatIsOpenWithoutSharingIsNotRead) {
+    File("[A]\r\na=1\r\n");
+    EXPECT_EQ(Number(L"A", L"a"), 1U);
+    File("[A]\r\na=12\r\n");
+    const HANDLE file = CreateFileW(m_path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_EQ(Number(L"A", L"a"), 0U);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    CloseHandle(file);
+    EXPECT_EQ(Number(L"A", L"a"), 12U);
 }
 
 TEST_F(PosixProfile, BareNameLiesInTheCurrentFolder) {

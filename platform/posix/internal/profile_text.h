@@ -17,6 +17,8 @@ public:
     ProfileText(const ProfileText&) = delete;
     ProfileText& operator=(const ProfileText&) = delete;
 
+    const std::string& bytes() const { return m_bytes; }
+
     // The value with its quotation marks; false when there is none. The text lives as long as the object.
     bool value(std::wstring_view section, std::wstring_view key, std::wstring_view& text);
     // Texts with a NUL behind each.
@@ -24,12 +26,22 @@ public:
     std::wstring keys(std::wstring_view section) const;
     std::wstring lines(std::wstring_view section) const;
 
-    // The bytes after the change; false when it changes nothing. Null: remove.
+    // What to put in the place of some of the bytes.
+    struct Change {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        std::string bytes;
+    };
+    // The change; false when it changes nothing. Null: remove.
     bool withValue(std::wstring_view section, std::wstring_view key, const std::wstring_view* value,
-                   std::string& changed);
-    bool withoutSection(std::wstring_view section, std::string& changed) const;
+                   Change& change);
+    bool withoutSection(std::wstring_view section, Change& change) const;
     bool withLines(std::wstring_view section, const std::vector<std::wstring_view>& lines,
-                   std::string& changed) const;
+                   Change& change) const;
+    // The bytes with the change made to them.
+    std::string after(const Change& change) const;
+    // Makes the change; false, and nothing has changed, when it takes reading all of the text anew.
+    bool apply(const Change& change);
 
 private:
     enum class Encoding { Ansi, Utf8, Utf16, Utf16Swapped };
@@ -49,14 +61,18 @@ private:
         std::size_t header; // its line; behind the last one for the nameless section
         std::size_t first;  // its lines
         std::size_t last;
+        bool asked = false; // for a key
         bool indexed = false;
-        std::unordered_map<std::wstring, std::size_t> keys; // by capitals, once somebody asked for one
+        std::unordered_map<std::wstring, std::size_t> keys; // by capitals, once a second key was asked for
     };
 
     void detectEncoding();
     void split();
     void decode(std::size_t begin, std::size_t end);
+    void decodeUtf16(std::size_t begin, std::size_t end);
+    unsigned unitAt(std::size_t at) const;
     void addSections();
+    std::size_t findSeparator(std::size_t at) const;
     bool isSeparatorAt(std::size_t at, char& kind) const;
 
     std::wstring_view text(const Line& line) const {
@@ -70,8 +86,7 @@ private:
     std::string lineEnd() const { return encode(m_lineEnd); }
     // Where a line that is added to the section begins, and what it needs before it.
     std::size_t endOf(const Section& section, std::string& before) const;
-    std::string replaced(std::size_t begin, std::size_t end, const std::string& bytes) const;
-    std::string appended(std::wstring_view section, const std::string& lines) const;
+    void appendTo(Change& change, std::wstring_view section, const std::string& lines) const;
 
     std::string m_bytes;
     Encoding m_encoding = Encoding::Ansi;
@@ -80,8 +95,8 @@ private:
     std::wstring m_lineEnd = L"\r\n";
     std::wstring m_text;
     std::vector<Line> m_lines;
-    std::vector<Section> m_sections; // the nameless one first
-    std::unordered_map<std::wstring, std::size_t> m_sectionOf;
+    std::vector<Section> m_sections;                           // the nameless one first
+    std::unordered_map<std::wstring, std::size_t> m_sectionOf; // by capitals
 };
 
 } // namespace mvplat
