@@ -169,7 +169,7 @@ FreeBlock* Sorted(FreeBlock* batches, std::size_t index) {
 // released while blocks are sorted; other threads do with what is left meanwhile.
 void TakeGivenLocked(SharedPool& pool, std::size_t index) {
     FreeBlock* const given = pool.given;
-    if (pool.givenCount < LEAST_TO_SORT || IsInOrder(given, (index + 1) * GRAIN)) {
+    if (IsInOrder(given, (index + 1) * GRAIN)) {
         pool.batches = std::exchange(pool.given, nullptr);
         pool.givenCount = 0;
         return;
@@ -192,6 +192,11 @@ void TakeGivenLocked(SharedPool& pool, std::size_t index) {
 
 // A batch, or null when there is none. The lock is held.
 FreeBlock* TakeBatchLocked(SharedPool& pool, std::size_t index) {
+    // A few that have just been freed are near, whatever their order.
+    if (pool.given != nullptr && pool.givenCount < LEAST_TO_SORT) {
+        --pool.givenCount;
+        return std::exchange(pool.given, pool.given->nextBatch);
+    }
     if (pool.batches == nullptr && pool.given != nullptr)
         TakeGivenLocked(pool, index);
     FreeBlock* const batch = pool.batches;
