@@ -4,6 +4,7 @@
 
 #include <rec/reader.h>
 #include <rec/unpack.h>
+#include <sstream>
 
 namespace tooltest {
 namespace {
@@ -357,6 +358,31 @@ TEST_F(RecHostile, WhatWasExtractedBeforeTheDamageStaysOnRequest) {
     EXPECT_NE(result.err.find("extracted before the failure: 1 file\n"), std::string::npos) << result.err;
     EXPECT_EQ(Read("copy/a"), "x");
     EXPECT_EQ(Listing("copy").size(), 1u);
+}
+
+// 538 bytes a level, but all the paths above in every line: in full the list would grow with the square.
+TEST_F(RecHostile, PathsThatNoSystemTakesAreListedWithoutTheirMiddle) {
+    constexpr int levels = 300;
+    RecordBytes file;
+    for (int level = 0; level < levels; ++level) {
+        file.Folder(level, u"a" + std::u16string(253, u'x') + (level % 2 == 0 ? u"e" : u"o"));
+    }
+    Write("t.rec", file.File(levels, u"last", 0).End().Bytes());
+    const Result result = Rec("list", "t.rec");
+    EXPECT_EQ(result.code, kDone);
+    std::istringstream lines(result.out);
+    std::string line;
+    std::string last;
+    int whole = 0;
+    int cut = 0;
+    while (std::getline(lines, line)) {
+        EXPECT_LE(line.size(), 33000u);
+        ++(line.find("/\\.../a") == std::string::npos ? whole : cut);
+        last = line;
+    }
+    EXPECT_EQ(whole, 127); // 127 levels of 256 bytes are 32,512
+    EXPECT_EQ(whole + cut, levels + 1);
+    EXPECT_TRUE(last.ends_with("xo/last"));
 }
 
 TEST_F(RecHostile, EscapesInNamesDoNotReachTheTerminal) {

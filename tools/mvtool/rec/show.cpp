@@ -113,6 +113,18 @@ void eachEntry(TreeReader& reader, Use use) {
     }
 }
 
+/// A path as a line of the list shows it. A small file can hold a tree whose full paths have gigabytes:
+/// beyond what any system takes for a path the middle is left out. No name is shown with "\..." in it.
+std::string listedPath(const std::string& path) {
+    constexpr std::size_t kLongest = 32767;
+    if (path.size() <= kLongest) {
+        return path;
+    }
+    const std::size_t head = path.rfind('/', kLongest / 2);
+    const std::size_t tail = path.find('/', path.size() - kLongest / 2);
+    return path.substr(0, head + 1) + "\\..." + path.substr(tail);
+}
+
 /// Totals by identifier for files of other programs. A hostile file may have as many identifiers as records.
 constexpr std::size_t kListedIds = 1000;
 
@@ -134,7 +146,7 @@ Exit list(const Arguments& arguments) {
             const std::string kind = {entry.folder ? 'd' : '-', (entry.flags & kExecutable) != 0 ? 'x' : '-',
                                       (entry.flags & kReadOnly) != 0 ? 'r' : '-'};
             console().print(kind + padded(entry.folder ? "" : std::to_string(entry.size), 14) + "  " +
-                            timeText(entry.modified) + "  " + path + '\n');
+                            timeText(entry.modified) + "  " + listedPath(path) + '\n');
         });
         return Exit::done;
     });
