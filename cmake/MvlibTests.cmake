@@ -53,5 +53,6 @@ function(mvlib_add_tests subsystem)
   endif()
   # The name is relative to the working folder: a Windows program knows no other root.
   add_test(NAME ${subsystem} COMMAND ${program} --gtest_output=xml:${program}.xml)
-  set_tests_properties(${subsystem} PROPERTIES ENVIRONMENT "${MVLIB_TEST_ENVIRONMENT}" TIMEOUT ${arg_TIMEOUT})
+  set_tests_properties(${subsystem} PROPERTIES ENVIRONMENT "${MVLIB_TEST_ENVIRONMENT};MVLIB_WIN32_TIMEOUT=${arg_TIMEOUT}"
+                                               TIMEOUT ${arg_TIMEOUT})
 endfunction()
