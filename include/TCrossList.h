@@ -156,7 +156,7 @@ public:
     virtual int Reverse();
     // Sorts by the items' own Comparar and sets the sorted flag. 0. The number of comparisons grows with the
     // square of the count. Kept: equal items end in reversed order; nodes without an item drop out of the
-    // list and are the caller's.
+    // list and are the caller's. Throws the memory exception, with nothing moved, when memory is short.
     virtual int Sort();
     // Kept: answers 0 for an empty list. On any other it ends in the invalid-argument exception, after nodes
     // that are still linked were appended once more: the list is then fit for nothing but its destruction.
@@ -164,9 +164,11 @@ public:
     // AddOrderedElem.
     virtual int Sort(COMPARADOR pfnCmp, long lUser, TIndicadorEstat* pIE);
     // Appends clones of the other list's nodes, from `pDesde` (null: the first) to the last. 0; also for a
-    // null list.
+    // null list. Throws the memory exception when memory is short; what was appended before stays.
     virtual int Concatenate(const TCrossList* pLlista, TCrossNode* pDesde);
-    // Moves the other list's nodes, from `pDesde` (null: the first) to the last, behind this one's. 0.
+    // Moves the other list's nodes, from `pDesde` (null: the first) to the last, behind this one's. 0; also
+    // for a null list. Throws the memory exception when memory is short; every node is in one of the lists
+    // then.
     virtual int Join(TCrossList* pLlista, TCrossNode* pDesde);
     // Inserts in Comparar order, behind equal items; sorts the list first when it is not known to be sorted.
     // Null for a null node or item.

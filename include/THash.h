@@ -18,7 +18,8 @@
 // that it goes with.
 //
 // Results: 0 done; -1 memory could not be had; -4 `copy` into a table that is too small or not empty; -1402
-// `del` of a key that is not there. No operation throws but LlistaElements and the construction of THashItem.
+// `del` of a key that is not there. No operation throws but LlistaElements; what the cloning of an item
+// throws goes through `copy`, `Duplicar` and the construction of THashItem.
 #pragma once
 
 #include "mvlib_export.h"

@@ -705,6 +705,49 @@ TYPED_TEST(CrossListTest, SortWithoutMemoryMovesNothing) {
     EXPECT_EQ(this->list.Cnt(), 99);
 }
 
+// Of many nodes, so that index and pools have to grow on the way.
+TYPED_TEST(CrossListTest, ConcatenateAndJoinWithoutMemoryLoseNothing) {
+    constexpr int NODES = 200;
+    const auto fill = [](TCrossList& filled) {
+        for (int i = 0; i < NODES; ++i) {
+            auto item = std::make_unique<LiveItem>(i);
+            filled.InsertLast(item.get());
+            static_cast<void>(item.release());
+        }
+    };
+    for (bool moves : {false, true}) {
+        int thrown = 0;
+        const int failures = FailEachAllocation([&] {
+            Open<TypeParam> source;
+            Open<TypeParam> target;
+            try {
+                fill(source);
+            } catch (CMemoryException* error) {
+                error->Delete();
+                return;
+            }
+            try {
+                EXPECT_EQ(moves ? target.Join(&source, nullptr) : target.Concatenate(&source, nullptr), 0);
+                EXPECT_EQ(target.Cnt(), NODES);
+            } catch (CMemoryException* error) {
+                error->Delete();
+                ++thrown;
+            }
+            EXPECT_EQ(source.Cnt() + (moves ? target.Cnt() : 0), NODES);
+            Ints all = this->ValuesOf(target);
+            if (moves) {
+                const Ints rest = this->ValuesOf(source);
+                all.insert(all.end(), rest.begin(), rest.end());
+            }
+            for (std::size_t i = 0; i < all.size(); ++i)
+                EXPECT_EQ(all[i], static_cast<int>(i));
+        });
+        EXPECT_GT(failures, 0);
+        EXPECT_GT(thrown, 0);
+    }
+    EXPECT_EQ(LiveItem::Count(), this->before);
+}
+
 TYPED_TEST(CrossListTest, CopyWithoutMemoryThrowsOrIsNullAndLeaksNothing) {
     this->Fill({1, 2, 3});
     const int failures = FailEachAllocation([&] {

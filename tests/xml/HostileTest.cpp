@@ -1,6 +1,8 @@
 // Documents made to exhaust the stack, memory or patience.
 #include "XmlTest.h"
 
+#include "temp_folder.h"
+
 #include <iterator>
 #include <random>
 
@@ -66,6 +68,10 @@ TEST_F(XmlHostileTest, IndentationThatNobodyCanHoldIsRefused) {
     int size = 1;
     EXPECT_EQ(node.createXMLString(1, &size), nullptr);
     EXPECT_EQ(size, 0);
+    TempFolder folder;
+    std::wstring name = folder.Write(L"deep.xml", "old");
+    EXPECT_EQ(node.writeToFile(name.c_str()), XMLERROR_CANNOT_WRITE);
+    EXPECT_EQ(folder.Read(L"deep.xml"), "old");
 }
 
 TEST_F(XmlHostileTest, HugeNamesValuesAndTexts) {
