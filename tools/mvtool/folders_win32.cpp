@@ -2,6 +2,7 @@
 
 #include "text.h"
 #include <algorithm>
+#include <folder_entries.h>
 #include <limits>
 #include <win32.h>
 
@@ -121,11 +122,6 @@ std::optional<FileIdentity> identityOf(const std::wstring& path) {
                         static_cast<std::uint64_t>(info.nFileIndexHigh) << 32 | info.nFileIndexLow};
 }
 
-/// Links and mount points: what a name leads to lies elsewhere.
-bool leadsElsewhere(DWORD attributes, DWORD tag) {
-    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(tag);
-}
-
 /// What attributes are those of, links followed.
 There whatItIs(DWORD attributes) {
     return attributes == INVALID_FILE_ATTRIBUTES          ? There::nothing
@@ -140,7 +136,7 @@ There whatIsAt(const std::wstring& path) {
         return There::nothing;
     }
     FindClose(search);
-    return leadsElsewhere(data.dwFileAttributes, data.dwReserved0)   ? There::link
+    return MvIsLink(data)                                            ? There::link
            : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? There::folder
                                                                      : There::file;
 }
@@ -301,7 +297,7 @@ std::vector<FolderEntry> FolderCursor::list(std::size_t& unnameable) {
             ++unnameable;
             continue;
         }
-        entry.kind = leadsElsewhere(data.dwFileAttributes, data.dwReserved0)   ? FolderEntry::Kind::link
+        entry.kind = MvIsLink(data)                                            ? FolderEntry::Kind::link
                      : (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FolderEntry::Kind::folder
                                                                                : FolderEntry::Kind::file;
         entry.facts.modified = nanoseconds(data.ftLastWriteTime);
