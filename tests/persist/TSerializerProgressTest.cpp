@@ -367,12 +367,14 @@ TEST_F(TSerializerThreadTest, AnotherThreadPausesAndResumesARunningRead) {
         before = m_reports;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    EXPECT_EQ(before, m_reports);
+    // On a busy machine it may not have run at all meanwhile: then the record that it was at is still to
+    // come.
+    EXPECT_LE(m_reports, before + 1);
     EXPECT_FALSE(m_ended);
     m_indicator.Reanudar();
-    for (int i = 0; i < 1000 && before == m_reports; ++i)
+    for (int i = 0; i < 1000 && m_reports <= before + 1; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_GT(m_reports, before);
+    EXPECT_GT(m_reports, before + 1);
 }
 
 TEST_F(TSerializerThreadTest, CancelEndsAPause) {

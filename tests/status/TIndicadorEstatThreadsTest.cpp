@@ -65,10 +65,11 @@ TEST_F(TIndicadorEstatThreads, SecondThreadPausesResumesAndCancelsARunningOperat
     indicator.Pausa();
     EXPECT_EQ(indicator.GetPausa(), 1);
     const int paused = WaitForStandstill();
-    EXPECT_EQ(done, paused);
+    // On a busy machine it may not have run at all meanwhile: then the step that it was in is still to come.
+    EXPECT_LE(done, paused + 1);
 
     indicator.Reanudar();
-    while (done < paused + 100)
+    while (done < paused + 101)
         std::this_thread::yield();
     EXPECT_EQ(indicator.GetPausa(), 0);
     EXPECT_GE(indicator.GetEstat(), 0.0);
