@@ -42,20 +42,59 @@ std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
 #endif
 }
 
-// A hash of the key for the index; nobody sees it.
-std::uint32_t HashUnits(const char16_t* units, std::size_t count) {
-    auto bytes = reinterpret_cast<const unsigned char*>(units);
-    std::size_t left = count * sizeof(char16_t);
-    std::uint64_t hash = 0x8EBC6AF09C88C6E3ull ^ left;
-    std::uint64_t words[2];
-    for (; left >= sizeof words; left -= sizeof words, bytes += sizeof words) {
-        std::memcpy(words, bytes, sizeof words);
-        hash = Mix(hash ^ words[0], words[1] ^ 0xA0761D6478BD642Full);
+// A hash of the key for the index; nobody sees it. It takes the key by four units at a time, the last ones
+// filled up with zeros.
+class UnitHash {
+public:
+    explicit UnitHash(std::size_t count)
+        : m_hash(0x8EBC6AF09C88C6E3ull ^ (count * sizeof(char16_t))) {}
+    void Add(std::uint64_t word) {
+        if (m_second) {
+            m_hash = Mix(m_hash ^ m_word, word ^ 0xA0761D6478BD642Full);
+            m_word = 0;
+        } else {
+            m_word = word;
+        }
+        m_second = !m_second;
     }
-    words[0] = words[1] = 0;
-    std::memcpy(words, bytes, left);
-    hash = Mix(hash ^ words[0], words[1] ^ 0xE7037ED1A0B428DBull);
-    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+    std::uint32_t Result() const {
+        const std::uint64_t hash = Mix(m_hash ^ m_word, 0xE7037ED1A0B428DBull);
+        return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+    }
+
+private:
+    std::uint64_t m_hash;
+    std::uint64_t m_word = 0;
+    bool m_second = false;
+};
+
+std::uint32_t HashUnits(const char16_t* units, std::size_t count) {
+    UnitHash hash(count);
+    for (; count > 0; units += std::min<std::size_t>(count, 4), count -= std::min<std::size_t>(count, 4)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, units, std::min<std::size_t>(count, 4) * sizeof(char16_t));
+        hash.Add(word);
+    }
+    return hash.Result();
+}
+
+// Whether two keys of `count` units are the same. The first was stored by eight bytes a moment ago: looks at
+// it that are any wider would wait until it has arrived in memory.
+bool SameUnits(const char16_t* first, const char16_t* second, std::size_t count) {
+    for (; count >= 4; first += 4, second += 4, count -= 4) {
+        std::uint64_t one, other;
+        std::memcpy(&one, first, sizeof one);
+        std::memcpy(&other, second, sizeof other);
+        if (one != other) {
+            return false;
+        }
+    }
+    for (; count > 0; --count) {
+        if (*first++ != *second++) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // A stored key as the target's wide text, NUL-terminated; `text` has room for one character per unit and the
@@ -78,9 +117,9 @@ void Widen(const char16_t* units, unsigned int count, wchar_t* text) {
 // A key as UTF-16, with its sum. Of a key that is too long for a slot only the beginning is kept, the sum
 // counts all.
 struct THash::Clau {
-    char16_t units[kKeyUnits + 1];
-    unsigned int count = 0; // in units[], the terminator apart
-    int length;             // as an entry keeps it: -1 or the whole number of units
+    char16_t units[kKeyUnits + 3]; // stored four at a time
+    unsigned int count = 0;        // in units[], the terminator apart
+    int length;                    // as an entry keeps it: -1 or the whole number of units
     std::uint32_t sum = 0;
     bool whole = true;
 
@@ -91,7 +130,9 @@ struct THash::Clau {
         if (elements > kKeyUnits || !Narrow(text, elements)) {
             Encode(text, elements);
         }
-        units[count] = 0;
+        if (!m_hashed || count % 4 == 0) { // else it is there
+            units[count] = 0;
+        }
     }
 
     Clau(const char16_t* stored, int storedLength)
@@ -106,22 +147,52 @@ struct THash::Clau {
         units[count] = 0;
     }
 
-    std::uint32_t Hash() const { return HashUnits(units, count) + (length == -1 ? 0 : 0x9E3779B9u); }
+    std::uint32_t Hash() const { return UnitsHash() + (length == -1 ? 0 : 0x9E3779B9u); }
 
 private:
-    // The usual case, in one pass that the compiler turns into vector steps.
+    std::uint32_t UnitsHash() const { return m_hashed ? m_hash : HashUnits(units, count); }
+
+    // The usual case, in one pass that leaves the sum and the hash too; false when a character is no unit.
     bool Narrow(const wchar_t* text, std::size_t elements) {
-        std::uint32_t all = 0;
-        std::uint32_t total = 0;
-        for (std::size_t i = 0; i < elements; ++i) {
-            const auto unit = static_cast<std::uint32_t>(text[i]);
-            all |= unit;
-            total += unit;
-            units[i] = static_cast<char16_t>(unit);
+        if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
+            std::memcpy(units, text, elements * sizeof(char16_t));
+            for (std::size_t i = 0; i < elements; ++i) {
+                sum += units[i];
+            }
+            count = static_cast<unsigned int>(elements);
+            return true;
         }
-        sum = total;
+        constexpr std::uint64_t kBeyond = 0xFFFF0000FFFF0000ull;
+        UnitHash hash(elements);
+        std::uint64_t all = 0;
+        std::uint64_t sums = 0; // of the characters at even and at odd places; they do not overflow
+        char16_t* to = units;
+        const auto add = [&](std::uint64_t first, std::uint64_t second) {
+            all |= first | second;
+            sums += first + second;
+            const std::uint64_t word = (first & 0xFFFF) | (first >> 16 & 0xFFFF0000) |
+                                       (second & 0xFFFF) << 32 | (second >> 16 & 0xFFFF0000) << 32;
+            std::memcpy(to, &word, sizeof word);
+            to += 4;
+            hash.Add(word);
+        };
+        std::uint64_t pairs[2];
+        std::size_t left = elements;
+        for (; left >= 4; left -= 4, text += 4) {
+            std::memcpy(pairs, text, sizeof pairs);
+            add(pairs[0], pairs[1]);
+        }
+        if (left > 0) {
+            const auto at = [&](std::size_t i) {
+                return i < left ? std::uint64_t{static_cast<std::uint32_t>(text[i])} : 0;
+            };
+            add(at(0) | at(1) << 32, at(2));
+        }
+        sum = static_cast<std::uint32_t>(sums) + static_cast<std::uint32_t>(sums >> 32);
         count = static_cast<unsigned int>(elements);
-        return all <= 0xFFFF;
+        m_hash = hash.Result();
+        m_hashed = (all & kBeyond) == 0;
+        return m_hashed;
     }
 
     void Encode(const wchar_t* text, std::size_t elements) {
@@ -149,6 +220,9 @@ private:
             length = static_cast<int>(std::min<std::size_t>(total, std::numeric_limits<int>::max()));
         }
     }
+
+    std::uint32_t m_hash = 0;
+    bool m_hashed = false;
 };
 
 // What lies unseen beside the arrays. It stands before the buckets, which live as long as the table's storage
@@ -361,9 +435,10 @@ int THash::clau(const wchar_t* szClau, int nLen) const {
 
 bool THash::Igual(unsigned int slot, const Clau& key) const {
     const ENTRADA& entry = m_pEntrades[slot];
+    __builtin_prefetch(&entry.pItem); // far behind the key, and wanted next
     const std::size_t units =
         key.count + (key.length == -1 ? 1 : 0); // a NUL-terminated key compares its end too
-    return std::memcmp(entry.szClau, key.units, units * sizeof(char16_t)) == 0 && entry.nLen == key.length;
+    return SameUnits(key.units, entry.szClau, units) && entry.nLen == key.length;
 }
 
 // The slot of the key, kNone when it is not in the bucket.
