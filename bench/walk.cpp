@@ -1,13 +1,15 @@
-// Walks of TIteradorFitxers over 100,000 entries beside the standard library's iterator and fts.
+// Walks over 100,000 entries, by TIteradorFitxers and by the search functions below it, beside the standard
+// library's iterator and fts.
 #include <benchmark/benchmark.h>
 #include <fts.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <folder_entries.h>
+#include <fstream>
 #include <string>
 
-#include "file_trees.h"
 #include "sink.h"
 #include "TIteradorFitxers.h"
 
@@ -16,6 +18,13 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr long kFiles = 100000;
+
+// Makes the folder, and in it empty files with names of some length.
+void MakeFiles(const fs::path& folder, long count) {
+    fs::create_directories(folder);
+    for (long i = 0; i < count; ++i)
+        std::ofstream(folder / ("a file of some length " + std::to_string(i) + ".txt"));
+}
 
 // The trees, made when first asked for and removed at the end.
 class Trees {
@@ -63,6 +72,32 @@ private:
     fs::path m_deep;
 };
 
+// ---- The search functions; the jobs of the walk stand below
+
+// A walk by hand: with the names of the entries alone (MvFindFirstEntry), or with all that is known of them.
+template <HANDLE (*FIRST)(LPCWSTR, LPWIN32_FIND_DATAW)>
+long Search(const std::wstring& folder) {
+    long files = 0;
+    WIN32_FIND_DATAW data;
+    const HANDLE search = FIRST((folder + L"\\*.*").c_str(), &data);
+    if (search == INVALID_HANDLE_VALUE)
+        return 0;
+    do {
+        const bool isFolder = data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY;
+        if (isFolder && data.cFileName[0] == L'.' &&
+            (data.cFileName[1] == 0 || (data.cFileName[1] == L'.' && data.cFileName[2] == 0)))
+            continue;
+        files += isFolder ? Search<FIRST>(folder + L"\\" + data.cFileName) : 1;
+    } while (FindNextFileW(search, &data));
+    FindClose(search);
+    return files;
+}
+
+template <HANDLE (*FIRST)(LPCWSTR, LPWIN32_FIND_DATAW)>
+long SearchFiles(const fs::path& folder, bool) {
+    return Search<FIRST>(folder.wstring());
+}
+
 int Count(const wchar_t*, const wchar_t*, int, long user) {
     ++*reinterpret_cast<long*>(user);
     return 1;
@@ -95,11 +130,11 @@ long FilesystemFolders(const fs::path& folder, bool) {
     return count;
 }
 
-template <int KIND>
+template <int KIND, int OPTIONS = 0>
 long Fts(const fs::path& folder, bool) {
     std::string path = folder.string();
     char* const paths[] = {path.data(), nullptr};
-    FTS* const walk = fts_open(paths, FTS_PHYSICAL | FTS_NOCHDIR, nullptr);
+    FTS* const walk = fts_open(paths, FTS_PHYSICAL | FTS_NOCHDIR | OPTIONS, nullptr);
     long count = KIND == FTS_D ? -1 : 0; // the start itself is delivered too
     while (const FTSENT* entry = fts_read(walk))
         count += entry->fts_info == KIND;
@@ -145,6 +180,22 @@ const bool g_registered = [] {
         Add("folders", one.name, one.folders, Trees::Folders, true, 1110, 0);
         Add("recursive", one.name, one.files, Trees::Wide, true, kFiles, 0);
         Add("recursive-twice", one.name, one.files, Trees::Deep, true, ours ? 2 * kFiles : kFiles, 0);
+    }
+    // Names alone, for which nobody asks the system about every entry; then with all that is known.
+    const struct {
+        const char* name;
+        Walk files;
+    } names[] = {{"ours", SearchFiles<MvFindFirstEntry>},
+                 {"peer-filesystem", Filesystem},
+                 {"peer-fts-nostat", Fts<FTS_NSOK, FTS_NOSTAT>}},
+      whole[] = {{"ours", SearchFiles<FindFirstFileW>}, {"peer-fts", Fts<FTS_F>}};
+    for (const auto& one : names) {
+        Add("search-names-flat", one.name, one.files, Trees::Flat, true, kFiles, 0);
+        Add("search-names-nested", one.name, one.files, Trees::Wide, true, kFiles, 0);
+    }
+    for (const auto& one : whole) {
+        Add("search-flat", one.name, one.files, Trees::Flat, true, kFiles, 0);
+        Add("search-nested", one.name, one.files, Trees::Wide, true, kFiles, 0);
     }
     return true;
 }();
