@@ -32,7 +32,7 @@ bool isComment(std::wstring_view line) {
 }
 
 std::wstring_view keyOf(std::wstring_view line) {
-    return untilNul(trimmed(line.substr(0, line.find(L'='))));
+    return trimmed(untilNul(line.substr(0, line.find(L'='))));
 }
 
 } // namespace
@@ -181,7 +181,7 @@ void ProfileText::addSections() {
         if (close == std::wstring_view::npos)
             continue;
         m_sections.back().last = i;
-        const std::wstring_view name = untilNul(trimmed(line.substr(1, close - 1)));
+        const std::wstring_view name = trimmed(untilNul(line.substr(1, close - 1)));
         Section section = {};
         section.name = name.empty() ? 0 : static_cast<std::size_t>(name.data() - m_text.data());
         section.nameEnd = section.name + name.size();

@@ -69,6 +69,16 @@ TEST_F(PosixProfile, LineEndsOfTheFileAreKept) {
     EXPECT_EQ(Bytes(), "[A]\r\na=1\r\n");
 }
 
+TEST_F(PosixProfile, NamesEndAtANulWithoutTheBlanksBeforeIt) {
+    File("[s \0x]\r\nk \0y=1\r\n"s);
+    WCHAR text[20];
+    EXPECT_EQ(GetPrivateProfileStringW(nullptr, nullptr, L"", text, 20, m_path.c_str()), 2u);
+    EXPECT_EQ(text, L"s"s);
+    EXPECT_EQ(GetPrivateProfileStringW(L"s", nullptr, L"", text, 20, m_path.c_str()), 2u);
+    EXPECT_EQ(text, L"k"s);
+    EXPECT_EQ(Number(L"s", L"k"), 1u);
+}
+
 TEST_F(PosixProfile, LinesOfASectionAreWrittenAsGiven) {
     WritePrivateProfileSectionW(L"A", L"k = v\0; note\0plain\0", m_path.c_str());
     EXPECT_EQ(Bytes(), "[A]\r\nk = v\r\n; note\r\nplain\r\n");
