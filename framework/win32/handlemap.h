@@ -1,6 +1,8 @@
 // The objects that stand for handles, per thread.
 #pragma once
 
+#include "per_thread.h"
+
 #include <unordered_map>
 
 namespace mvafx {
@@ -11,10 +13,7 @@ namespace mvafx {
 template <class TYPE, class HANDLE_TYPE, HANDLE_TYPE TYPE::*MEMBER>
 class HandleMap {
 public:
-    static HandleMap& ofThread() {
-        static thread_local HandleMap map;
-        return map;
-    }
+    static HandleMap& ofThread() { return PerThread<HandleMap>::object(); }
     HandleMap() = default;
     HandleMap(const HandleMap&) = delete;
     HandleMap& operator=(const HandleMap&) = delete;

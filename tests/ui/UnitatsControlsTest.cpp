@@ -11,6 +11,8 @@
 
 #include <functional>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -308,6 +310,29 @@ TEST(WindowObjectTest, HandleHasOneObjectOrATemporaryOne) {
         EXPECT_EQ(CWnd::FromHandle(handle), &window);
     }
     EXPECT_FALSE(::IsWindow(handle));
+}
+
+TEST(WindowObjectTest, TemporaryObjectsGoWithTheirThreads) {
+    // The runtime gives a thread's variables back at its end; what is in the maps must not be looked for
+    // there.
+    const HWND desktop = ::GetDesktopWindow();
+    const HDC screen = ::GetDC(nullptr);
+    for (int round = 0; round < 20; ++round) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([&] {
+                ::SetLastError(12345);
+                CWnd* const window = CWnd::FromHandle(desktop);
+                EXPECT_EQ(window->m_hWnd, desktop);
+                EXPECT_EQ(CWnd::FromHandle(desktop), window);
+                EXPECT_EQ(CDC::FromHandle(screen)->m_hDC, screen);
+                EXPECT_EQ(::GetLastError(), 12345u);
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_TRUE(::HeapValidate(::GetProcessHeap(), 0, nullptr));
+    }
+    ::ReleaseDC(nullptr, screen);
 }
 
 TEST(WindowObjectTest, SubclassedWindowIsSeenAndGivenBack) {
