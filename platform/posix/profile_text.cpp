@@ -286,22 +286,7 @@ std::string ProfileText::encode(std::wstring_view wide) const {
         WideCharToMultiByte(page, 0, wide.data(), length, bytes.data(), size, nullptr, nullptr);
         return bytes;
     }
-    std::string bytes;
-    const auto put = [&](unsigned unit) {
-        const bool swapped = m_encoding == Encoding::Utf16Swapped;
-        bytes += static_cast<char>(swapped ? unit >> 8 : unit);
-        bytes += static_cast<char>(swapped ? unit : unit >> 8);
-    };
-    for (const wchar_t character : wide) {
-        const auto value = static_cast<unsigned>(character);
-        if (value > 0xFFFF) {
-            put(0xD800 + (((value - 0x10000) >> 10) & 0x3FF));
-            put(0xDC00 + (value & 0x3FF));
-        } else {
-            put(value);
-        }
-    }
-    return bytes;
+    return utf16Bytes(wide, m_encoding == Encoding::Utf16Swapped);
 }
 
 std::string ProfileText::after(const Change& change) const {

@@ -120,25 +120,6 @@ void makeFoldersOf(const std::string& file) {
         ::mkdir(file.substr(0, at).c_str(), 0700);
 }
 
-std::string utf16Bytes(std::wstring_view text, bool highFirst) {
-    std::string bytes;
-    bytes.reserve(text.size() * 2);
-    const auto put = [&](unsigned unit) {
-        bytes += static_cast<char>(highFirst ? unit >> 8 : unit);
-        bytes += static_cast<char>(highFirst ? unit : unit >> 8);
-    };
-    for (const wchar_t character : text) {
-        const auto value = static_cast<unsigned>(character);
-        if (value > 0xFFFF) {
-            put(0xD800 + (((value - 0x10000) >> 10) & 0x3FF));
-            put(0xDC00 + (value & 0x3FF));
-        } else {
-            put(value);
-        }
-    }
-    return bytes;
-}
-
 bool isProperText(std::wstring_view text) {
     for (const wchar_t unit : text) {
         if (unit < 0 || unit > 0x10FFFF || (unit >= 0xD800 && unit <= 0xDFFF))

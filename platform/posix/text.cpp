@@ -114,6 +114,25 @@ std::wstring wideFromUtf8(std::string_view text) {
     return result;
 }
 
+std::string utf16Bytes(std::wstring_view text, bool highFirst) {
+    std::string bytes;
+    bytes.reserve(text.size() * 2);
+    const auto put = [&](unsigned unit) {
+        bytes += static_cast<char>(highFirst ? unit >> 8 : unit);
+        bytes += static_cast<char>(highFirst ? unit : unit >> 8);
+    };
+    for (const wchar_t character : text) {
+        const auto value = static_cast<unsigned>(character);
+        if (value > 0xFFFF) {
+            put(0xD800 + (((value - 0x10000) >> 10) & 0x3FF));
+            put(0xDC00 + (value & 0x3FF));
+        } else {
+            put(value);
+        }
+    }
+    return bytes;
+}
+
 std::wstring wideFromUtf16(const std::uint16_t* text, std::size_t length) {
     std::wstring result;
     result.reserve(length);

@@ -28,6 +28,9 @@ std::wstring wideFromUtf8(std::string_view text);
 // The units of UTF-16 text as wide text, surrogate pairs joined; unpaired surrogates stay.
 std::wstring wideFromUtf16(const std::uint16_t* text, std::size_t length);
 
+// The bytes of the text in UTF-16, the low byte of each unit first or the high one.
+std::string utf16Bytes(std::wstring_view text, bool highFirst);
+
 // File names, without loss (see api/files.h).
 std::string systemPath(std::wstring_view path);
 std::wstring wideName(std::string_view name);
