@@ -1,7 +1,5 @@
 #include "items/SmallBlocks.h"
 
-#include "items/AtThreadEnd.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -11,6 +9,8 @@
 #include <thread>
 #include <type_traits>
 #include <utility>
+
+#include "thread_end.h"
 
 namespace mvlib::blocks {
 
@@ -268,7 +268,7 @@ ThreadCache* OwnCache() {
         return nullptr;
     for (std::size_t index = 0; index < CLASSES; ++index)
         cache->lists[index].limit = BatchLimit(index);
-    if (!AtThreadEnd(&EndThread, cache)) {
+    if (!MvAtThreadEnd(&EndThread, cache)) {
         if (!first)
             std::free(cache);
         return nullptr;

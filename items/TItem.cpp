@@ -1,6 +1,5 @@
 #include "TItem.h"
 
-#include "items/AtThreadEnd.h"
 #include "items/SmallBlocks.h"
 #include "items/Utf16Units.h"
 
@@ -10,6 +9,7 @@
 #include <memory>
 
 #include "afx.h"
+#include "thread_end.h"
 #include "win32.h"
 
 namespace {
@@ -32,23 +32,6 @@ constexpr int VALID_ITEM_ID = 2000;
 constexpr std::size_t LONGEST_CLASS_NAME = 0x3FFFFFFF;
 
 using ClassName = std::unique_ptr<wchar_t[]>;
-
-constinit thread_local ClassName* t_className = nullptr;
-
-void _GLIBCXX_CDTOR_CALLABI ForgetClassName(void* memory) {
-    t_className = nullptr;
-    delete static_cast<ClassName*>(memory);
-}
-
-// The text that the thread was given last; null without memory.
-ClassName* ClassNameOfThread() {
-    if (t_className == nullptr) {
-        std::unique_ptr<ClassName> created(new (std::nothrow) ClassName);
-        if (created != nullptr && mvlib::AtThreadEnd(&ForgetClassName, created.get()))
-            t_className = created.release();
-    }
-    return t_className;
-}
 
 } // namespace
 
@@ -136,7 +119,8 @@ const wchar_t* TItem::GetNomClasse() const {
     const std::size_t length = std::strlen(name) + 1;
     if (length > LONGEST_CLASS_NAME)
         return nullptr;
-    ClassName* held = ClassNameOfThread();
+    // The text that the thread was given last.
+    ClassName* held = MvPerThread<ClassName>::object();
     if (held == nullptr)
         return nullptr;
     // No code page makes more UTF-16 code units of a text than it has bytes.

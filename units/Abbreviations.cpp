@@ -11,7 +11,7 @@ namespace mvlib::units {
 
 namespace {
 
-// A thread's copy, and what it was made from. It has nothing to destroy: see items/AtThreadEnd.h.
+// A thread's copy, and what it was made from. It has nothing to destroy: see platform/thread_end.h.
 struct Kept {
     mvafx::ResourceChainState chain;
     Abbreviations abbreviations;

@@ -1,7 +1,9 @@
 // The objects that stand for handles, per thread.
 #pragma once
 
-#include "per_thread.h"
+#include "thread_end.h"
+
+#include <afx.h>
 
 #include <unordered_map>
 
@@ -13,7 +15,12 @@ namespace mvafx {
 template <class TYPE, class HANDLE_TYPE, HANDLE_TYPE TYPE::*MEMBER>
 class HandleMap {
 public:
-    static HandleMap& ofThread() { return PerThread<HandleMap>::object(); }
+    static HandleMap& ofThread() {
+        HandleMap* map = MvPerThread<HandleMap>::object();
+        if (!map)
+            AfxThrowMemoryException();
+        return *map;
+    }
     HandleMap() = default;
     HandleMap(const HandleMap&) = delete;
     HandleMap& operator=(const HandleMap&) = delete;
