@@ -16,7 +16,9 @@ template <class TYPE, class HANDLE_TYPE, HANDLE_TYPE TYPE::*MEMBER>
 class HandleMap {
 public:
     static HandleMap& ofThread() {
+        const DWORD error = GetLastError(); // the runtime's first thread-local variable may change it
         HandleMap* map = MvPerThread<HandleMap>::object();
+        SetLastError(error);
         if (!map)
             AfxThrowMemoryException();
         return *map;
