@@ -9,7 +9,8 @@
 // and the assignment copy the fields as they stand, so that both nodes share the item and the children's
 // storage (kept): only one of them may be destroyed.
 //
-// Trees may be a million levels deep: walking, copying and destroying them takes no stack per level.
+// Trees may be a million levels deep, and trees may be items of trees a million times: walking, copying and
+// destroying them takes no stack per level.
 // No locks: a tree belongs to one thread at a time.
 //
 //     TArbre tree(new TItemString(L"root"), 1);

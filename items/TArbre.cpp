@@ -78,29 +78,44 @@ private:
         const TArbre* source;
     };
 
+    // The node itself, and its item, which may be a tree whose own item is one, and so on. The children stay
+    // behind on the stack: those of the innermost tree come first.
     void Begin(TArbre* target, const TArbre* source) {
-        // Copies own their items until all is done, lest a failure leaves any behind.
-        target->m_wFlags = source->m_wFlags | PROPIETARI;
-        if ((source->m_wFlags & PROPIETARI) == 0)
-            m_notOwning.push_back(target);
-        if (source->m_pItem != nullptr)
-            target->m_pItem = source->m_pItem->Duplicar();
-        if (source->GetNumFills() > 0)
-            m_levels.push_back({target, source});
+        for (;;) {
+            // Copies own their items until all is done, lest a failure leaves any behind.
+            target->m_wFlags = source->m_wFlags | PROPIETARI;
+            if ((source->m_wFlags & PROPIETARI) == 0)
+                m_notOwning.push_back(target);
+            if (source->GetNumFills() > 0)
+                m_levels.push_back({target, source});
+            const TItem* item = source->m_pItem;
+            if (item == nullptr)
+                return;
+            if (!IsPlainTree(item)) {
+                target->m_pItem = item->Duplicar();
+                return;
+            }
+            auto* copy = new (std::nothrow) TArbre(nullptr, 0);
+            target->m_pItem = copy;
+            if (copy == nullptr)
+                return;
+            target = copy;
+            source = static_cast<const TArbre*>(item);
+        }
     }
 
     void Advance() {
+        const std::size_t depth = m_levels.size();
         const auto [target, source] = m_levels.back();
         while (target->GetNumFills() < source->GetNumFills()) {
             const TArbre* child = source->getFill(target->GetNumFills());
-            // A client's class may clone itself in a way of its own.
-            if (child != nullptr && typeid(*child) == typeid(TArbre)) {
+            if (child != nullptr && IsPlainTree(child)) {
                 auto* copy = new (std::nothrow) TArbre(nullptr, 0);
                 Append(target, copy);
                 if (copy == nullptr)
                     continue;
                 Begin(copy, child);
-                if (m_levels.back().target == copy)
+                if (m_levels.size() > depth)
                     return;
             } else {
                 Append(target, child != nullptr ? static_cast<TArbre*>(child->Duplicar()) : nullptr);
@@ -108,6 +123,9 @@ private:
         }
         m_levels.pop_back();
     }
+
+    // A client's class may clone itself in a way of its own.
+    static bool IsPlainTree(const TItem* item) { return typeid(*item) == typeid(TArbre); }
 
     static void Append(TArbre* target, TArbre* child) {
         if (target->afegirFill(child) != 0) {

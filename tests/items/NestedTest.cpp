@@ -248,6 +248,77 @@ TEST_F(NestedTest, AMillionCrossListsInEachOtherAreCloned) {
     EXPECT_EQ(ValueOf(item), 1);
 }
 
+// ---- Deep copies of trees whose items are trees
+
+TEST_F(NestedTest, TreesInTreesAreClonedInOrder) {
+    auto* innermost = new TArbre(new Leaf(1), 1);
+    innermost->InsertarFill(new TArbre(new Leaf(2), 1), -1);
+    auto* inner = new TArbre(innermost, 1);
+    inner->InsertarFill(new TArbre(new TArbre(new Leaf(3), 1), 1), -1);
+    auto* child = new TArbre(new TArbre(nullptr, 0), 1);
+    child->InsertarFill(new TArbre(new Leaf(5), 1), -1);
+    std::unique_ptr<TArbre> tree(new TArbre(inner, 1));
+    tree->InsertarFill(new TArbre(new Leaf(4), 1), -1);
+    tree->InsertarFill(child, -1);
+    tree->InsertarFill(new TArbre(new Leaf(6), 1), -1);
+    std::unique_ptr<TItem> clone(tree->Duplicar());
+    EXPECT_EQ(CountedItem::s_cloned, (Ints{1, 2, 3, 4, 5, 6}));
+    tree.reset();
+    const auto* cloned = static_cast<const TArbre*>(clone.get());
+    EXPECT_EQ(cloned->GetNumFills(), 3);
+    const auto* clonedInner = static_cast<const TArbre*>(cloned->GetItem());
+    EXPECT_EQ(clonedInner->GetNumFills(), 1);
+    const auto* clonedInnermost = static_cast<const TArbre*>(clonedInner->GetItem());
+    EXPECT_EQ(clonedInnermost->GetNumFills(), 1);
+    EXPECT_EQ(ValueOf(clonedInnermost->GetItem()), 1);
+    CountedItem::s_destroyed.clear();
+    clone.reset();
+    EXPECT_EQ(CountedItem::s_destroyed.size(), 6u);
+}
+
+TEST_F(NestedTest, CloneOfAnInnerTreeOwnsItsItemAsTheSourceDoes) {
+    Leaf item(1);
+    auto* inner = new TArbre(&item, 0);
+    const std::unique_ptr<TArbre> tree(new TArbre(inner, 1));
+    const std::unique_ptr<TItem> clone(tree->Duplicar());
+    auto* cloned = static_cast<TArbre*>(static_cast<TArbre*>(clone.get())->GetItem());
+    // Kept: the clone of an item that nobody owns belongs to nobody, too.
+    const std::unique_ptr<TItem> copy(cloned->GetItem());
+    EXPECT_EQ(ValueOf(copy.get()), 1);
+}
+
+TEST_F(NestedTest, AMillionTreesInEachOtherAreCloned) {
+    const std::unique_ptr<TItem> top(Nest(1000000, [](TItem* inner) {
+        auto* tree = new TArbre(inner, 1);
+        tree->InsertarFill(new TArbre(nullptr, 0), -1);
+        return tree;
+    }));
+    const std::unique_ptr<TItem> clone(top->Duplicar());
+    int levels = 0;
+    const TItem* item = clone.get();
+    for (; item->QueSoc() == top->QueSoc(); item = static_cast<const TArbre*>(item)->GetItem()) {
+        ASSERT_EQ(static_cast<const TArbre*>(item)->GetNumFills(), 1);
+        ++levels;
+    }
+    EXPECT_EQ(levels, 1000000);
+    EXPECT_EQ(ValueOf(item), 1);
+}
+
+TEST_F(NestedTest, CloningTreesInTreesWithoutMemoryThrowsAndLeavesNothing) {
+    auto* inner = new TArbre(new TArbre(new Leaf(1), 1), 1);
+    inner->InsertarFill(new TArbre(new Leaf(2), 1), -1);
+    const std::unique_ptr<TArbre> tree(new TArbre(inner, 1));
+    tree->InsertarFill(new TArbre(new Leaf(3), 1), -1);
+    const int failures = FailEachAllocation([&] {
+        ASSERT_EQ(CountedItem::s_live, 3);
+        std::unique_ptr<TItem> clone;
+        ThrowsMemoryException([&] { clone.reset(tree->Duplicar()); });
+    });
+    EXPECT_GE(failures, 4);
+}
+
+// ---- Without memory
+
 TEST_F(NestedTest, CloningWithoutMemoryThrowsAndLeavesNothing) {
     const std::unique_ptr<TCrossList> list(
         CrossList({CrossList({new Leaf(1), Ring({2, 3})}), new Leaf(4), CrossList({CrossList({})})}));
