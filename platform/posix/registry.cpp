@@ -261,24 +261,41 @@ bool deliverName(const std::wstring& text, LPWSTR name, LPDWORD size) {
 
 // ---- Enumeration
 
-std::int64_t valuePosition(const Statement& row) {
-    return row.number(1);
-}
+// What an enumeration goes through: the rows that follow a position, or the one of a number.
+template <class Position>
+struct Rows {
+    REGSAM access;
+    Cursor<Position> KeyObject::*cursor;
+    Query after, at;
+    Position (*positionOf)(const Statement&);
+};
 
-std::string subKeyPosition(const Statement& row) {
-    return std::string(row.bytes(1));
-}
+constexpr Rows<std::int64_t> kValues{KEY_QUERY_VALUE, &KeyObject::m_values, Query::ValueAfter, Query::ValueAt,
+                                     [](const Statement& row) { return row.number(1); }};
+constexpr Rows<std::string> kSubKeys{KEY_ENUMERATE_SUB_KEYS, &KeyObject::m_subKeys, Query::SubKeyAfter,
+                                     Query::SubKeyAt,
+                                     [](const Statement& row) { return std::string(row.bytes(1)); }};
 
 // Gives row number `index` of a key's values or sub-keys to `use`.
 template <class Position, class Use>
-LSTATUS withRow(Session& session, const KeyUse& key, DWORD index, Cursor<Position>* cursor, Query after,
-                Query counted, Position (*positionOf)(const Statement&), const Use& use) {
+LSTATUS withRow(HKEY handle, DWORD index, const Rows<Position>& rows, const Use& use) {
+    const KeyUse key(handle);
+    if (key.error())
+        return key.error();
+    if (!key.may(rows.access))
+        return ERROR_ACCESS_DENIED;
+    Session session(false);
+    if (const LSTATUS error = key.check(session))
+        return error;
+    if (session.absent())
+        return ERROR_NO_MORE_ITEMS;
+    Cursor<Position>* const cursor = key.object() ? &(key.object()->*rows.cursor) : nullptr;
     const std::uint64_t version = cursor ? session.version() : 0;
     const bool holds = cursor && cursor->known && cursor->version == version;
     const bool again = holds && cursor->knowsBefore && index == cursor->index;
     const bool next = holds && index == cursor->index + 1;
     const Position before = again ? cursor->before : next ? cursor->at : Position();
-    Statement row = session.use(again || next ? after : counted);
+    Statement row = session.use(again || next ? rows.after : rows.at);
     row.bind(1, key.id());
     if (again || next)
         row.bind(2, before);
@@ -287,24 +304,8 @@ LSTATUS withRow(Session& session, const KeyUse& key, DWORD index, Cursor<Positio
     if (!row.row())
         return row.error() ? static_cast<LSTATUS>(row.error()) : key.missing(session, ERROR_NO_MORE_ITEMS);
     if (cursor)
-        *cursor = {version, index, true, again || next || index == 0, before, positionOf(row)};
+        *cursor = {version, index, true, again || next || index == 0, before, rows.positionOf(row)};
     return use(row);
-}
-
-template <class Use>
-LSTATUS withSubKey(HKEY handle, DWORD index, const Use& use) {
-    const KeyUse key(handle);
-    if (key.error())
-        return key.error();
-    if (!key.may(KEY_ENUMERATE_SUB_KEYS))
-        return ERROR_ACCESS_DENIED;
-    Session session(false);
-    if (const LSTATUS error = key.check(session))
-        return error;
-    if (session.absent())
-        return ERROR_NO_MORE_ITEMS;
-    return withRow(session, key, index, key.object() ? &key.object()->m_subKeys : nullptr, Query::SubKeyAfter,
-                   Query::SubKeyAt, subKeyPosition, use);
 }
 
 void deliverNoClass(LPWSTR name, LPDWORD size) {
@@ -495,7 +496,7 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameSize, LPDW
     return answer([&]() -> LSTATUS {
         if (!name || !nameSize)
             return ERROR_INVALID_PARAMETER;
-        return withSubKey(key, index, [&](const Statement& row) -> LSTATUS {
+        return withRow(key, index, kSubKeys, [&](const Statement& row) -> LSTATUS {
             if (!deliverName(row.name(0), name, nameSize))
                 return ERROR_MORE_DATA;
             deliverNoClass(className, classSize);
@@ -635,28 +636,16 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD nameSize, LPDW
     return answer([&]() -> LSTATUS {
         if (!name || !nameSize || (data && !dataSize))
             return ERROR_INVALID_PARAMETER;
-        const KeyUse use(key);
-        if (use.error())
-            return use.error();
-        if (!use.may(KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        Session session(false);
-        if (const LSTATUS error = use.check(session))
-            return error;
-        if (session.absent())
-            return ERROR_NO_MORE_ITEMS;
-        return withRow(session, use, index, use.object() ? &use.object()->m_values : nullptr,
-                       Query::ValueAfter, Query::ValueAt, valuePosition,
-                       [&](const Statement& row) -> LSTATUS {
-                           if (type)
-                               *type = static_cast<DWORD>(row.number(2));
-                           if (!deliverName(row.name(0), name, nameSize)) {
-                               if (dataSize)
-                                   *dataSize = static_cast<DWORD>(row.bytes(3).size());
-                               return ERROR_MORE_DATA;
-                           }
-                           return deliverData(row.number(2), row.bytes(3), data, dataSize);
-                       });
+        return withRow(key, index, kValues, [&](const Statement& row) -> LSTATUS {
+            if (type)
+                *type = static_cast<DWORD>(row.number(2));
+            if (!deliverName(row.name(0), name, nameSize)) {
+                if (dataSize)
+                    *dataSize = static_cast<DWORD>(row.bytes(3).size());
+                return ERROR_MORE_DATA;
+            }
+            return deliverData(row.number(2), row.bytes(3), data, dataSize);
+        });
     });
 }
 

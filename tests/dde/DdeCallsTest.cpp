@@ -1,7 +1,6 @@
 // What the classes ask of the DDE library, call by call, with a double of it that answers as scripted.
-#include <TDDEInterface.h>
-
 #include "BoxCapture.h"
+#include "Exposed.h"
 #include "import_patch.h"
 #include "layout.h"
 
@@ -165,17 +164,9 @@ BOOL WINAPI FreeData(HDDEDATA data) {
     return TRUE;
 }
 
-class Interface : public TDDEInterface {
+class Interface : public ExposedInterface {
 public:
-    using TDDEInterface::BuscarConexioLliure;
-    using TDDEInterface::m_conexions;
-    using TDDEInterface::m_dwInstancia;
-    using TDDEInterface::m_hszServei;
-    using TDDEInterface::m_hszTopics;
-    using TDDEInterface::m_pfnCallback;
-    using TDDEInterface::m_strServei;
-    using TDDEInterface::m_strTopics;
-    using TDDEInterface::TDDEInterface;
+    using ExposedInterface::ExposedInterface;
 
     int COM_Execute(const wchar_t* command, const wchar_t* topic) override {
         Record("COM_Execute", Narrow(command) + " " + Narrow(topic));

@@ -1,7 +1,6 @@
 // The object model by itself: slots, dispatch, error boxes.
-#include <TDDEInterface.h>
-
 #include "BoxCapture.h"
+#include "Exposed.h"
 #include "import_patch.h"
 
 #include <gtest/gtest.h>
@@ -23,17 +22,8 @@ HDDEDATA CALLBACK Unused(UINT, UINT, HCONV, HSZ, HSZ, HDDEDATA, ULONG_PTR, ULONG
     return nullptr;
 }
 
-struct Handler : TDDEInterface {
-    using TDDEInterface::BuscarConexioLliure;
-    using TDDEInterface::BuscarTopicLliure;
-    using TDDEInterface::m_conexions;
-    using TDDEInterface::m_dwInstancia;
-    using TDDEInterface::m_hszServei;
-    using TDDEInterface::m_hszTopics;
-    using TDDEInterface::m_pfnCallback;
-    using TDDEInterface::m_strServei;
-    using TDDEInterface::m_strTopics;
-    using TDDEInterface::TDDEInterface;
+struct Handler : ExposedInterface {
+    using ExposedInterface::ExposedInterface;
 
     int COM_Execute(const wchar_t* szComanda, const wchar_t* szTopic) override {
         hadCommand = szComanda != nullptr;

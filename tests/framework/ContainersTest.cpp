@@ -1,4 +1,6 @@
 // CArray, CList, CMap and the ready-made containers.
+#include "throws.h"
+
 #include <afxcoll.h>
 #include <afxtempl.h>
 #include <gtest/gtest.h>
@@ -108,16 +110,6 @@ std::vector<std::wstring> Keys(const NameMap& map) {
     return keys;
 }
 
-template <class Operation>
-void ExpectInvalidArgument(Operation operation) {
-    try {
-        operation();
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (CInvalidArgException* e) {
-        e->Delete();
-    }
-}
-
 typedef std::vector<int> Ints;
 
 } // namespace
@@ -178,19 +170,19 @@ TEST(CArrayTest, AppendsAndCopies) {
     EXPECT_EQ((Ints{1, 2, 3}), Values(a));
     b.Copy(a);
     EXPECT_EQ((Ints{1, 2, 3}), Values(b));
-    ExpectInvalidArgument([&] { a.Append(a); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { a.Append(a); }));
 }
 
 TEST(CArrayTest, BadIndexesThrow) {
     CArray<int, int> array;
     array.Add(1);
-    ExpectInvalidArgument([&] { array.GetAt(1); });
-    ExpectInvalidArgument([&] { array[-1] = 2; });
-    ExpectInvalidArgument([&] { array.SetAt(1, 2); });
-    ExpectInvalidArgument([&] { array.RemoveAt(0, 2); });
-    ExpectInvalidArgument([&] { array.RemoveAt(-1); });
-    ExpectInvalidArgument([&] { array.InsertAt(-1, 2); });
-    ExpectInvalidArgument([&] { array.SetSize(-1); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.GetAt(1); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array[-1] = 2; }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.SetAt(1, 2); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.RemoveAt(0, 2); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.RemoveAt(-1); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.InsertAt(-1, 2); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { array.SetSize(-1); }));
     EXPECT_EQ((Ints{1}), Values(array));
 }
 
@@ -306,18 +298,18 @@ TEST(CListTest, AddsOtherLists) {
     a.AddHead(&b);
     a.AddTail(&b);
     EXPECT_EQ((Ints{1, 2, 3, 1, 2}), Values(a));
-    ExpectInvalidArgument([&] { a.AddTail(&a); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { a.AddTail(&a); }));
 }
 
 TEST(CListTest, EmptyListThrows) {
     CList<int, int> list;
-    ExpectInvalidArgument([&] { list.GetHead(); });
-    ExpectInvalidArgument([&] { list.GetTail(); });
-    ExpectInvalidArgument([&] { list.RemoveHead(); });
-    ExpectInvalidArgument([&] { list.RemoveTail(); });
-    ExpectInvalidArgument([&] { list.RemoveAt(nullptr); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.GetHead(); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.GetTail(); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.RemoveHead(); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.RemoveTail(); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.RemoveAt(nullptr); }));
     POSITION none = nullptr;
-    ExpectInvalidArgument([&] { list.GetNext(none); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { list.GetNext(none); }));
 }
 
 TEST(CListTest, ElementsLiveAsLongAsTheyAreHeld) {
@@ -466,7 +458,7 @@ TEST(CMapTest, EmptyMapHasNoWalk) {
     POSITION none = nullptr;
     CString key;
     int value;
-    ExpectInvalidArgument([&] { map.GetNextAssoc(none, key, value); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { map.GetNextAssoc(none, key, value); }));
 }
 
 TEST(CMapTest, TableSizeIsSetWhileEmpty) {
@@ -476,11 +468,11 @@ TEST(CMapTest, TableSizeIsSetWhileEmpty) {
         map.SetAt(key, 1);
     }
     EXPECT_EQ((std::vector<std::wstring>{L"c", L"b", L"a"}), Keys(map));
-    ExpectInvalidArgument([&] { map.InitHashTable(5); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { map.InitHashTable(5); }));
     map.RemoveAll();
     map.InitHashTable(5, FALSE);
     EXPECT_EQ(5u, map.GetHashTableSize());
-    ExpectInvalidArgument([&] { map.InitHashTable(0); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { map.InitHashTable(0); }));
 }
 
 TEST(CMapTest, EntriesAreChangedInPlace) {

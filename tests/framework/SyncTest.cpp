@@ -1,5 +1,6 @@
 // Synchronisation objects.
 #include "alloc_failure.h"
+#include "throws.h"
 
 #include <afxmt.h>
 #include <gtest/gtest.h>
@@ -7,20 +8,6 @@
 #include <chrono>
 #include <thread>
 #include <vector>
-
-namespace {
-
-template <class Operation>
-void ExpectInvalidArgument(Operation operation) {
-    try {
-        operation();
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (CInvalidArgException* e) {
-        e->Delete();
-    }
-}
-
-} // namespace
 
 TEST(SyncTest, ExampleUsage) {
     CCriticalSection section;
@@ -157,7 +144,7 @@ TEST(CSingleLockTest, HoldsForItsScope) {
         EXPECT_FALSE(lock.IsLocked());
     });
     other.join();
-    ExpectInvalidArgument([] { CSingleLock lock(nullptr); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([] { CSingleLock lock(nullptr); }));
 }
 
 TEST(CMultiLockTest, WaitsForAnyOne) {
@@ -227,12 +214,12 @@ TEST(CMultiLockTest, AbandonedMutexIsHeld) {
 TEST(CMultiLockTest, WrongObjectsAreRefused) {
     CCriticalSection section;
     CSyncObject* objects[] = {&section};
-    ExpectInvalidArgument([&] { CMultiLock lock(objects, 1); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { CMultiLock lock(objects, 1); }));
     CSyncObject* none[] = {nullptr};
-    ExpectInvalidArgument([&] { CMultiLock lock(none, 1); });
-    ExpectInvalidArgument([&] { CMultiLock lock(objects, 0); });
-    ExpectInvalidArgument([&] { CMultiLock lock(nullptr, 1); });
-    ExpectInvalidArgument([&] { CMultiLock lock(objects, 65); });
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { CMultiLock lock(none, 1); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { CMultiLock lock(objects, 0); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { CMultiLock lock(nullptr, 1); }));
+    EXPECT_TRUE(Throws<CInvalidArgException>([&] { CMultiLock lock(objects, 65); }));
 }
 
 TEST(CMultiLockTest, ExhaustedMemoryThrows) {

@@ -1,21 +1,8 @@
 // Without network shares and access lists everything fails, each in its way.
-#include <CSharingManager.h>
-
+#include "SharingInside.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
-
-namespace {
-
-struct Inside : CSharingManager {
-    using CSharingManager::_addSharePath;
-    using CSharingManager::_char2wchar;
-    using CSharingManager::_getNetNameViaDevicePath;
-    using CSharingManager::_getUniqueShareResourceName;
-    using CSharingManager::_wchar2char;
-};
-
-} // namespace
 
 TEST(CSharingManagerTest, FolderCannotBeShared) {
     TempFolder folder;

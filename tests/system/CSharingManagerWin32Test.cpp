@@ -1,10 +1,10 @@
 // Sharing with the double of the network library beside this program.
 #include <COSVersionInfo.h>
-#include <CSharingManager.h>
 
 #include "AccessDouble.h"
 #include "NetDouble.h"
 #include "RunProgram.h"
+#include "SharingInside.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -44,14 +44,6 @@ protected:
     NetWorld* const net = LoadedNetDouble();
     TempFolder folder;
     std::wstring path;
-};
-
-struct Inside : CSharingManager {
-    using CSharingManager::_addSharePath;
-    using CSharingManager::_char2wchar;
-    using CSharingManager::_getNetNameViaDevicePath;
-    using CSharingManager::_getUniqueShareResourceName;
-    using CSharingManager::_wchar2char;
 };
 
 // Makes the version record tell of the family of the 9x systems while the object lives.

@@ -33,6 +33,12 @@ protected:
         TCarpetaRegistry::SetCarpetaBaseApp(nullptr);
     }
     static CString Stored(const wchar_t* name) { return TCarpetaRegistry().TornaValorString(name, L""); }
+    // Where the settings of an edit control with the id 7 go, and under which name.
+    static std::unique_ptr<TCarpetaRegistry> PlaceOfEdit(CWnd& parent, CString& value) {
+        CEdit edit;
+        edit.Create(0, CRect(0, 0, 10, 10), &parent, 7);
+        return std::unique_ptr<TCarpetaRegistry>(AfxGetRegistryControl(&edit, value));
+    }
 };
 
 } // namespace
@@ -159,13 +165,9 @@ TEST_F(EstatFinestresTest, ControlWithoutARunTimeClassHasNoPlace) {
 TEST_F(EstatFinestresTest, DialogsWithoutCaptionShareTheirSettings) {
     Frame one(L"");
     Frame two(L"");
-    CEdit first;
-    CEdit second;
-    first.Create(0, CRect(0, 0, 10, 10), &one, 7);
-    second.Create(0, CRect(0, 0, 10, 10), &two, 7);
     CString value;
-    const std::unique_ptr<TCarpetaRegistry> ofFirst(AfxGetRegistryControl(&first, value));
-    const std::unique_ptr<TCarpetaRegistry> ofSecond(AfxGetRegistryControl(&second, value));
+    const auto ofFirst = PlaceOfEdit(one, value);
+    const auto ofSecond = PlaceOfEdit(two, value);
     ASSERT_NE(ofFirst, nullptr);
     ASSERT_NE(ofSecond, nullptr);
     ofFirst->EntraValor(value, L"shared");
@@ -187,13 +189,9 @@ TEST_F(EstatFinestresTest, ControlWithoutAParentHasNoPlace) {
 TEST_F(EstatFinestresTest, DialogsOfTwoCaptionsKeepTheirSettingsApart) {
     Frame one(L"One");
     Frame two(L"Two");
-    CEdit first;
-    CEdit second;
-    first.Create(0, CRect(0, 0, 10, 10), &one, 7);
-    second.Create(0, CRect(0, 0, 10, 10), &two, 7);
     CString value;
-    const std::unique_ptr<TCarpetaRegistry> ofFirst(AfxGetRegistryControl(&first, value));
-    const std::unique_ptr<TCarpetaRegistry> ofSecond(AfxGetRegistryControl(&second, value));
+    const auto ofFirst = PlaceOfEdit(one, value);
+    const auto ofSecond = PlaceOfEdit(two, value);
     ASSERT_NE(ofFirst, nullptr);
     ASSERT_NE(ofSecond, nullptr);
     EXPECT_EQ(ofFirst->TornaValorString(value, L"none"), L"none");

@@ -2,7 +2,10 @@
 
 #include "system.h"
 #include "text.h"
+
 #include <algorithm>
+#include <cstdint>
+#include <random>
 
 namespace mvtool {
 
@@ -23,7 +26,13 @@ void checkName(const std::u16string& name, std::u16string_view forbidden) {
 }
 
 std::string temporaryFileName() {
-    return ".mvtool-" + uniqueText() + ".tmp";
+    std::random_device source;
+    std::uint64_t number = static_cast<std::uint64_t>(source()) << 32 | source();
+    std::string name = ".mvtool-";
+    for (int i = 0; i < 12; ++i, number /= 36) {
+        name += "abcdefghijklmnopqrstuvwxyz0123456789"[number % 36];
+    }
+    return name + ".tmp";
 }
 
 void sortByName(std::vector<FolderEntry>& entries) {

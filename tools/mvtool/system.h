@@ -39,9 +39,6 @@ std::string registryStore();
 /// The system's text for the error of the calling thread's last failed system call.
 std::string lastSystemError();
 
-/// A text that no other running program uses, for names of temporary files: 12 letters and digits.
-std::string uniqueText();
-
 /// While it lives, Ctrl-C (natively SIGINT, SIGTERM and SIGHUP, on Windows every console event) calls the
 /// action on a thread of its own instead of ending the program. One at a time.
 class Interruption {

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <random>
 #include <sys/ioctl.h>
 #include <thread>
 #include <unistd.h>
@@ -86,16 +85,6 @@ std::string registryStore() {
 
 std::string lastSystemError() {
     return std::strerror(errno);
-}
-
-std::string uniqueText() {
-    std::random_device source;
-    std::uint64_t number = static_cast<std::uint64_t>(source()) << 32 | source();
-    std::string text;
-    for (int i = 0; i < 12; ++i, number /= 36) {
-        text += "abcdefghijklmnopqrstuvwxyz0123456789"[number % 36];
-    }
-    return text;
 }
 
 struct Interruption::State {

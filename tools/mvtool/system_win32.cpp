@@ -4,7 +4,6 @@
 #include "text.h"
 #include <algorithm>
 #include <mutex>
-#include <random>
 #include <shellapi.h>
 
 namespace mvtool {
@@ -105,16 +104,6 @@ std::string lastSystemError() {
         text.pop_back();
     }
     return text.empty() ? "system error " + std::to_string(error) : text;
-}
-
-std::string uniqueText() {
-    std::random_device source;
-    unsigned long long number = static_cast<unsigned long long>(source()) << 32 | source();
-    std::string text;
-    for (int i = 0; i < 12; ++i, number /= 36) {
-        text += "abcdefghijklmnopqrstuvwxyz0123456789"[number % 36];
-    }
-    return text;
 }
 
 struct Interruption::State {

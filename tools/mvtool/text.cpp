@@ -240,4 +240,13 @@ std::string counted(unsigned long long n, std::string_view noun) {
     return text;
 }
 
+std::string hex(std::string_view bytes) {
+    std::string text;
+    for (const char octet : bytes) {
+        text += "0123456789abcdef"[static_cast<unsigned char>(octet) >> 4];
+        text += "0123456789abcdef"[octet & 0xF];
+    }
+    return text;
+}
+
 } // namespace mvtool

@@ -40,4 +40,7 @@ bool wellFormed(std::u16string_view units);
 /// "1 file", "2 files": a count with its noun, which gets an "s" as needed.
 std::string counted(unsigned long long n, std::string_view noun);
 
+/// Two small hexadecimal digits a byte, without space between.
+std::string hex(std::string_view bytes);
+
 } // namespace mvtool

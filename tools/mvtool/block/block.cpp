@@ -20,15 +20,6 @@ const char* typeName(Kind kind) {
     return kNames[static_cast<std::size_t>(kind)];
 }
 
-std::string hex(std::string_view bytes) {
-    std::string text;
-    for (const char octet : bytes) {
-        text += "0123456789abcdef"[static_cast<unsigned char>(octet) >> 4];
-        text += "0123456789abcdef"[octet & 0xF];
-    }
-    return text;
-}
-
 std::string typeColumn(Kind kind) {
     std::string text = typeName(kind);
     text.resize(8, ' ');

@@ -22,15 +22,6 @@ std::string typeName(std::uint32_t type) {
                                     : "type " + std::to_string(type);
 }
 
-std::string hex(std::string_view bytes) {
-    std::string text;
-    for (const char octet : bytes) {
-        text += "0123456789abcdef"[static_cast<unsigned char>(octet) >> 4];
-        text += "0123456789abcdef"[octet & 0xF];
-    }
-    return text;
-}
-
 /// The strings of a list up to the empty one.
 std::vector<std::wstring> strings(std::string_view bytes) {
     std::vector<std::wstring> all;
