@@ -102,27 +102,24 @@ inline void Widen(Vector bytes, wchar_t* target) {
 #endif
 
 // What ends a run. `Is` decides; `Find` reports the same units, or, where it is not exact, some more.
-struct TextStops {
+template <wchar_t... Stops>
+struct OneOf {
     static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == L'<' || unit == L'&' || unit == 0; }
+    static bool Is(wchar_t unit) { return ((unit == Stops) || ...); }
 #if defined(__SSE2__)
     template <class Vectors>
     static Vector Find(Vectors units) {
-        return Any(units.Equal('<'), units.Equal('&'), units.Equal(0));
+        return Any(units.Equal(Stops)...);
     }
 #endif
 };
+using TextStops = OneOf<L'<', L'&', 0>;
 template <wchar_t Quote>
-struct ValueStops {
-    static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == Quote || unit == L'<' || unit == L'&' || unit == 0; }
-#if defined(__SSE2__)
-    template <class Vectors>
-    static Vector Find(Vectors units) {
-        return Any(units.Equal('<'), units.Equal('&'), units.Equal(Quote), units.Equal(0));
-    }
-#endif
-};
+using ValueStops = OneOf<Quote, L'<', L'&', 0>;
+using MarkupStops = OneOf<L'<', 0>;
+using TagCloseStops = OneOf<L'>', 0>;
+using DoctypeStops = OneOf<L'<', L'>', 0>;
+using EndStops = OneOf<0>;
 struct NameStops {
     static constexpr bool Exact = false; // negative units
     static bool Is(wchar_t unit) { return HasClass(unit, ClassNameEnd); }
@@ -141,46 +138,6 @@ struct EscapeStops {
     static Vector Find(Vectors units) {
         return Any(units.Equal('<'), units.Equal('>'), units.Equal('"'), units.Equal('&'), units.Equal('\''),
                    units.Equal(0));
-    }
-#endif
-};
-struct MarkupStops {
-    static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == L'<' || unit == 0; }
-#if defined(__SSE2__)
-    template <class Vectors>
-    static Vector Find(Vectors units) {
-        return Any(units.Equal('<'), units.Equal(0));
-    }
-#endif
-};
-struct TagCloseStops {
-    static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == L'>' || unit == 0; }
-#if defined(__SSE2__)
-    template <class Vectors>
-    static Vector Find(Vectors units) {
-        return Any(units.Equal('>'), units.Equal(0));
-    }
-#endif
-};
-struct DoctypeStops {
-    static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == L'<' || unit == L'>' || unit == 0; }
-#if defined(__SSE2__)
-    template <class Vectors>
-    static Vector Find(Vectors units) {
-        return Any(units.Equal('<'), units.Equal('>'), units.Equal(0));
-    }
-#endif
-};
-struct EndStops {
-    static constexpr bool Exact = true;
-    static bool Is(wchar_t unit) { return unit == 0; }
-#if defined(__SSE2__)
-    template <class Vectors>
-    static Vector Find(Vectors units) {
-        return units.Equal(0);
     }
 #endif
 };
