@@ -28,6 +28,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -136,8 +137,8 @@ const std::string& FileOf(int count) {
 
 class Ours {
 public:
-    explicit Ours(const std::string& path)
-        : file_(TSerializer::Open(Wide(path).c_str(), 0, 0)) {
+    explicit Ours(const std::wstring& path)
+        : file_(TSerializer::Open(path.c_str(), 0, 0)) {
         short w;
         file_->GetHeader(w, w, w, w);
     }
@@ -326,8 +327,16 @@ private:
 };
 
 template <class Reader>
+auto PathFor(int count) {
+    if constexpr (std::is_same_v<Reader, Ours>)
+        return Wide(FileOf(count)); // what the class takes; the peers take 8-bit paths
+    else
+        return FileOf(count);
+}
+
+template <class Reader>
 void ScanHeaders(benchmark::State& state) {
-    const std::string& path = FileOf(static_cast<int>(state.range(0)));
+    const auto path = PathFor<Reader>(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         Reader reader(path);
         Header header;
@@ -340,7 +349,7 @@ void ScanHeaders(benchmark::State& state) {
 
 template <class Reader>
 void ReadPayloads(benchmark::State& state) {
-    const std::string& path = FileOf(static_cast<int>(state.range(0)));
+    const auto path = PathFor<Reader>(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         Reader reader(path);
         Header header;
@@ -357,7 +366,7 @@ void ReadPayloads(benchmark::State& state) {
 // Every payload into a malloc block of its length, as ReadNextRecord hands them out.
 template <class Reader>
 void PayloadsIntoBlocks(benchmark::State& state) {
-    const std::string& path = FileOf(static_cast<int>(state.range(0)));
+    const auto path = PathFor<Reader>(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         Reader reader(path);
         Header header;
@@ -394,7 +403,7 @@ void PayloadsIntoBlocksOurs(benchmark::State& state) {
 // The last record by its identifier, siblings stepped over with what is below them.
 template <class Reader>
 void FindLast(benchmark::State& state) {
-    const std::string& path = FileOf(static_cast<int>(state.range(0)));
+    const auto path = PathFor<Reader>(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         Reader reader(path);
         Header header;

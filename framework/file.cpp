@@ -10,21 +10,20 @@ namespace {
 
 // The absolute form of a name; the name itself where the system knows none.
 CString fullPath(LPCTSTR lpszName) {
+    WCHAR szShort[MAX_PATH];
+    DWORD nSize = GetFullPathNameW(lpszName, MAX_PATH, szShort, nullptr);
+    if (nSize != 0 && nSize < MAX_PATH)
+        return CString(szShort, static_cast<int>(nSize));
     CString path;
-    DWORD nSize = MAX_PATH;
-    for (;;) {
+    while (nSize != 0 && nSize <= 0x7FFF) {
         DWORD nLength = GetFullPathNameW(lpszName, nSize, path.GetBuffer(static_cast<int>(nSize)), nullptr);
-        if (nLength == 0 || nLength > 0x7FFF) {
-            path.ReleaseBuffer(0);
-            return lpszName;
-        }
-        if (nLength < nSize) {
-            path.ReleaseBuffer(static_cast<int>(nLength));
+        const bool bFits = nLength < nSize;
+        path.ReleaseBuffer(bFits ? static_cast<int>(nLength) : 0);
+        if (bFits && nLength != 0)
             return path;
-        }
-        path.ReleaseBuffer(0);
-        nSize = nLength + 1;
+        nSize = nLength;
     }
+    return lpszName;
 }
 
 // System times count 100 ns from 1601.

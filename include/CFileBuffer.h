@@ -147,6 +147,8 @@ protected:
 
 private:
     bool wholeBlock();
+    int loadFirstBlock(unsigned long long pos);
+    DWORD capacityFor(unsigned long long rest) const;
 
     friend class FileBufferWindow; // the serializer's way to the block without a call per record
 };

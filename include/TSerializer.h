@@ -195,6 +195,7 @@ protected:
     CMap<CString, LPCWSTR, CObject*, CObject*> m_helpers;
 
 private:
+    TSerializer(CFile* pFile, unsigned long long length);
     bool takeHeader(SER_RECORDHEADER& hdr);
     bool takePayload(void* pBuf, DWORD dwSize);
     bool readHeader(SER_RECORDHEADER& hdr, bool* pbError);

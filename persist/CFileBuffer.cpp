@@ -2,6 +2,8 @@
 
 #include "persist/file_block.h"
 
+#include "file_size.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -247,6 +249,11 @@ int CFileBuffer::loadBuffer(unsigned long long pos) {
     if (m_nFlags & modeReadWrite)
         return -1;
     const bool writing = (m_nFlags & modeWrite) != 0;
+    if (!m_pBuffer && !writing) {
+        const int result = loadFirstBlock(pos);
+        if (result <= 0)
+            return result;
+    }
     if (m_pBuffer)
         flushBuffer();
 
@@ -259,10 +266,7 @@ int CFileBuffer::loadBuffer(unsigned long long pos) {
         lengthKnown = false;
     }
 
-    DWORD capacity = m_nMidaBuffer;
-    if (!writing && capacity > SMALL_BLOCK && capacity <= LARGE_BLOCK &&
-        (length <= pos || length - pos < capacity))
-        capacity = length > pos ? static_cast<DWORD>(length - pos) : 0;
+    const DWORD capacity = writing ? m_nMidaBuffer : capacityFor(length > pos ? length - pos : 0);
     if (m_pBuffer && FileBlock::Capacity(m_pBuffer) < capacity) {
         FileBlock::Free(m_pBuffer);
         m_pBuffer = nullptr;
@@ -295,6 +299,44 @@ int CFileBuffer::loadBuffer(unsigned long long pos) {
     if (m_nMidaBuffer <= SMALL_BLOCK)
         FileBlock::Clean(m_pBuffer, m_nMidaBuffer);
     return 0;
+}
+
+// The same without asking for the length: that of the opening will do. What has come to the file since then
+// is a block of its own. 1, and there is no block, where the file has to be asked.
+int CFileBuffer::loadFirstBlock(unsigned long long pos) {
+    LARGE_INTEGER size;
+    if (pos != m_qwPosicio || !MvFileSizeAtOpen(m_hFile, &size) ||
+        pos >= static_cast<unsigned long long>(size.QuadPart))
+        return 1;
+    const DWORD capacity = capacityFor(static_cast<unsigned long long>(size.QuadPart) - pos);
+    unsigned char* block = FileBlock::Allocate(capacity);
+    if (!block)
+        return -1;
+    DWORD loaded = 0;
+    try {
+        CFile::Seek(static_cast<long long>(pos), begin);
+        loaded = CFile::Read(block, std::min(m_nMidaBuffer, capacity));
+    } catch (CFileException* error) {
+        error->Delete();
+    }
+    if (loaded == 0) {
+        FileBlock::Free(block);
+        return 1;
+    }
+    m_pBuffer = block;
+    m_qwIniciBuffer = pos;
+    m_nDadesBuffer = loaded;
+    FileBlock::SetClean(block, loaded);
+    if (m_nMidaBuffer <= SMALL_BLOCK)
+        FileBlock::Clean(block, m_nMidaBuffer);
+    return 0;
+}
+
+// The memory of a block of which `rest` bytes of the file are read.
+DWORD CFileBuffer::capacityFor(unsigned long long rest) const {
+    return m_nMidaBuffer > SMALL_BLOCK && m_nMidaBuffer <= LARGE_BLOCK && rest < m_nMidaBuffer
+               ? static_cast<DWORD>(rest)
+               : m_nMidaBuffer;
 }
 
 void CFileBuffer::DeleteContents() {

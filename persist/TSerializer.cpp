@@ -6,6 +6,8 @@
 #include "persist/file_block.h"
 #include "persist/record_format.h"
 
+#include "file_size.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
@@ -96,11 +98,14 @@ Search FindInPlainFile(CFile& file, DWORD id, SER_RECORDHEADER& header) {
 // ---- Construction and files
 
 TSerializer::TSerializer(CFile* pFile)
+    : TSerializer(pFile, pFile->GetLength()) {}
+
+TSerializer::TSerializer(CFile* pFile, unsigned long long length)
     : m_pFile(pFile)
     , m_capcalera{0, 0, 0}
     , m_bPendent(0)
     , m_dwLlegits(0)
-    , m_qwLongitudFitxer(pFile->GetLength())
+    , m_qwLongitudFitxer(length)
     , m_helpers(10) {}
 
 TSerializer::~TSerializer() {}
@@ -109,7 +114,10 @@ TSerializer* TSerializer::Open(const wchar_t* path, int bWrite, unsigned long /*
     // Kept: the caller's buffer size is ignored.
     try {
         auto file = std::make_unique<CFileBuffer>(path, bWrite ? WRITE_MODE : READ_MODE, BUFFER_SIZE);
-        TSerializer* serializer = new (std::nothrow) TSerializer(file.get());
+        LARGE_INTEGER length; // of a moment ago: the file has just been opened
+        TSerializer* serializer = MvFileSizeAtOpen(*file, &length)
+                                      ? new (std::nothrow) TSerializer(file.get(), length.QuadPart)
+                                      : new (std::nothrow) TSerializer(file.get());
         if (!serializer)
             AfxThrowMemoryException();
         static_cast<void>(file.release()); // Close ends both

@@ -20,9 +20,12 @@ struct IdentityHash {
     }
 };
 
+using Files = std::unordered_map<FileIdentity, std::unique_ptr<SharedFile>, IdentityHash>;
+
 struct SharingTable {
     std::mutex lock;
-    std::unordered_map<FileIdentity, std::unique_ptr<SharedFile>, IdentityHash> files;
+    Files files;
+    Files::node_type spare; // of a file that is no longer open, for the next that is opened
 };
 
 SharingTable& table() {
@@ -46,23 +49,25 @@ bool clashesWithAny(const SharedFile& file, const SharedUse& use) {
 
 // Under the lock.
 SharedFile& refer(const FileIdentity& identity) {
-    std::unique_ptr<SharedFile>& place = table().files[identity];
-    if (!place) {
-        try {
-            place = std::make_unique<SharedFile>();
-        } catch (...) {
-            table().files.erase(identity);
-            throw;
+    Files& files = table().files;
+    auto found = files.find(identity);
+    if (found == files.end()) {
+        if (Files::node_type& spare = table().spare) {
+            spare.key() = identity;
+            found = files.insert(std::move(spare)).position;
+        } else {
+            found = files.emplace(identity, std::make_unique<SharedFile>()).first;
         }
-        place->identity = identity;
+        found->second->identity = identity;
     }
-    ++place->references;
-    return *place;
+    ++found->second->references;
+    return *found->second;
 }
 
+// The lists of a file that nobody refers to are empty.
 void drop(SharedFile* file) {
     if (--file->references == 0)
-        table().files.erase(file->identity);
+        table().spare = table().files.extract(file->identity);
 }
 
 // The bytes of the marks, in an order that makes those of the usual ways of opening lie side by side: reading

@@ -1,7 +1,9 @@
 // Open files: create, read, write, seek, lock, times.
+#include "../file_size.h"
 #include "internal/errno_map.h"
 #include "internal/file_names.h"
 #include "internal/file_object.h"
+#include "internal/text.h"
 #include "internal/times.h"
 
 #include <algorithm>
@@ -59,25 +61,24 @@ struct Opened {
 
 // Opens with what the access needs, and for reading too where the system permits it, since the marks of
 // sharing want that. Answers an errno value.
-int openDescriptor(const std::string& path, unsigned uses, bool truncates, int flags, mode_t mode,
-                   Opened& opened) {
+int openDescriptor(const char* path, unsigned uses, bool truncates, int flags, mode_t mode, Opened& opened) {
     flags |= O_CLOEXEC | O_NOCTTY;
     const bool writes = (uses & useWrite) || truncates;
     if (!writes && !(uses & useRead) && !(flags & O_CREAT)) {
-        opened.descriptor = ::open(path.c_str(), flags | O_PATH);
+        opened.descriptor = ::open(path, flags | O_PATH);
         return opened.descriptor < 0 ? errno : 0;
     }
     opened.readable = true;
     opened.writable = writes;
-    opened.descriptor = ::open(path.c_str(), flags | (writes ? O_RDWR : O_RDONLY), mode);
+    opened.descriptor = ::open(path, flags | (writes ? O_RDWR : O_RDONLY), mode);
     if (opened.descriptor < 0 && writes && !(uses & useRead) && (errno == EACCES || errno == ENXIO)) {
         opened.readable = false;
-        opened.descriptor = ::open(path.c_str(), flags | O_WRONLY, mode);
+        opened.descriptor = ::open(path, flags | O_WRONLY, mode);
     }
     return opened.descriptor < 0 ? errno : 0;
 }
 
-int openByDisposition(const std::string& path, DWORD disposition, unsigned uses, bool truncates, mode_t mode,
+int openByDisposition(const char* path, DWORD disposition, unsigned uses, bool truncates, mode_t mode,
                       Opened& opened) {
     if (disposition == CREATE_NEW) {
         opened.created = true;
@@ -123,7 +124,7 @@ DWORD typeOf(const struct stat& status) {
 
 // Finishes an open file into a FileObject, or answers the error. The descriptor belongs to `file` from the
 // start.
-DWORD settle(FileObject& file, const Opened& opened, const std::string& path, DWORD share, DWORD flags,
+DWORD settle(FileObject& file, const Opened& opened, const char* path, DWORD share, DWORD flags,
              unsigned uses, bool truncates, struct stat& status) {
     if (::fstat(file.m_descriptor, &status) != 0)
         return errorFromErrno(errno);
@@ -156,26 +157,29 @@ DWORD settle(FileObject& file, const Opened& opened, const std::string& path, DW
 // Removes a file that was just made, unless it is kept.
 class NewFile {
 public:
-    NewFile(const std::string& path, bool made)
+    NewFile(const char* path, bool made)
         : m_path(path)
         , m_removes(made) {}
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile() {
         if (m_removes)
-            ::unlink(m_path.c_str());
+            ::unlink(m_path);
     }
     void Keep() { m_removes = false; }
 
 private:
-    const std::string& m_path;
+    const char* const m_path;
     bool m_removes;
 };
 
 HANDLE create(LPCWSTR fileName, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
-    std::string path;
-    if (!takePath(fileName, path))
+    if (!fileName || !*fileName) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
         return INVALID_HANDLE_VALUE;
+    }
+    const SystemPath systemPath(fileName);
+    const char* const path = systemPath.c_str();
     const unsigned uses = usesOf(access, flags);
     if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING ||
         (disposition == TRUNCATE_EXISTING && !(uses & useWrite))) {
@@ -213,6 +217,8 @@ HANDLE create(LPCWSTR fileName, DWORD access, DWORD share, DWORD disposition, DW
             ::fcntl(file->m_descriptor, F_SETFL, now | O_DSYNC);
     }
     const bool existed = !opened.created && (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS);
+    if (!truncates)
+        file->m_sizeAtOpen = static_cast<std::uint64_t>(status.st_size);
     const int descriptor = file->m_descriptor;
     const HANDLE handle = openHandle(file.detach());
     if (!handle)
@@ -447,6 +453,18 @@ BOOL GetFileSizeEx(HANDLE handle, PLARGE_INTEGER size) {
     if (!file || !sizeOf(*file, bytes))
         return FALSE;
     size->QuadPart = static_cast<LONGLONG>(bytes);
+    return TRUE;
+}
+
+BOOL MvFileSizeAtOpen(HANDLE handle, PLARGE_INTEGER size) {
+    const PinnedAs<FileObject> file(handle);
+    if (!file)
+        return FALSE;
+    if (!file->m_regular) {
+        SetLastError(ERROR_INVALID_FUNCTION);
+        return FALSE;
+    }
+    size->QuadPart = static_cast<LONGLONG>(file->m_sizeAtOpen);
     return TRUE;
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cwchar>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,6 +32,19 @@ std::size_t rootLength(std::wstring_view path) {
         return at == std::wstring_view::npos ? path.size() : at + 1;
     }
     return !path.empty() && path[0] == L'\\' ? 1 : 0;
+}
+
+// Whether a path starts at the root and GetFullPathNameW would leave it as it is but for its separators. Has
+// no branches inside the loop, so that it goes over several units at a time.
+bool isFinal(const wchar_t* path, std::size_t length) {
+    const auto separates = [](wchar_t unit) { return (unit == L'\\') | (unit == L'/'); };
+    const wchar_t last = path[length - 1];
+    if (!separates(path[0]) || separates(last) || last == L'.' || last == L' ')
+        return false;
+    int others = 0; // separators behind another, or behind a full stop
+    for (std::size_t i = 1; i < length; ++i)
+        others |= separates(path[i]) & (separates(path[i - 1]) | (path[i - 1] == L'.'));
+    return others == 0;
 }
 
 } // namespace
@@ -114,6 +128,13 @@ DWORD GetFullPathNameW(LPCWSTR fileName, DWORD size, LPWSTR buffer, LPWSTR* file
     if (!fileName || !*fileName) {
         SetLastError(ERROR_INVALID_NAME);
         return 0;
+    }
+    const std::size_t given = std::wcslen(fileName);
+    if (given < size && buffer && !filePart && isFinal(fileName, given)) {
+        for (std::size_t i = 0; i < given; ++i)
+            buffer[i] = fileName[i] == L'/' ? L'\\' : fileName[i];
+        buffer[given] = 0;
+        return static_cast<DWORD>(given);
     }
     return guarded(DWORD{0}, [&]() -> DWORD {
         std::wstring path;

@@ -1,6 +1,7 @@
 #include "internal/text.h"
 
 #include <cstring>
+#include <cwchar>
 
 namespace mvplat {
 
@@ -163,6 +164,23 @@ std::string systemPath(std::wstring_view path) {
             appendUtf8(result, static_cast<char32_t>(unit));
     }
     return result;
+}
+
+SystemPath::SystemPath(LPCWSTR path) {
+    const std::size_t length = std::wcslen(path);
+    if (length < sizeof m_short) {
+        wchar_t all = 0;
+        for (std::size_t i = 0; i <= length; ++i) {
+            all |= path[i];
+            m_short[i] = path[i] == L'\\' ? '/' : static_cast<char>(path[i]);
+        }
+        if (all >= 0 && all < 0x80) {
+            m_text = m_short;
+            return;
+        }
+    }
+    m_long = systemPath({path, length});
+    m_text = m_long.c_str();
 }
 
 std::wstring wideName(std::string_view name) {

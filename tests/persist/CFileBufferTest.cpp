@@ -289,6 +289,58 @@ TEST_F(CFileBufferTest, FileThatGrowsIsReadOn) {
     }
 }
 
+TEST_F(CFileBufferTest, FileThatGrewBeforeTheFirstReadIsReadWhole) {
+    for (unsigned long size : {4ul, EIGHT_MIB, 0x2000000ul}) {
+        for (const char* first : {"", "first"}) {
+            Reading(first, size);
+            m_folder.Write(L"file.bin", first + Letters(100000));
+            EXPECT_EQ(Read(200000), first + Letters(100000)) << size;
+            EXPECT_EQ(Read(1), "");
+        }
+    }
+}
+
+TEST_F(CFileBufferTest, FileThatShrankBeforeTheFirstReadEndsWhereItEnds) {
+    for (unsigned long size : {4ul, EIGHT_MIB, 0x2000000ul}) {
+        Probe& file = Reading(Letters(100000), size);
+        m_folder.Write(L"file.bin", "cut");
+        EXPECT_EQ(Read(200000), "cut") << size;
+        file.Seek(10, CFile::begin);
+        EXPECT_EQ(Read(1), "");
+        EXPECT_EQ(file.updateBuffer(), -7);
+        Reading("bytes", size);
+        m_folder.Write(L"file.bin", "");
+        EXPECT_EQ(Read(5), "") << size;
+        EXPECT_EQ(m_file->updateBuffer(), -7);
+    }
+}
+
+TEST_F(CFileBufferTest, FirstBlockMayBeginAnywhere) {
+    for (unsigned long size : {16ul, EIGHT_MIB}) {
+        Probe& file = Reading(Letters(100), size);
+        file.Seek(60, CFile::begin);
+        EXPECT_EQ(Read(10), Letters(100).substr(60, 10));
+        EXPECT_EQ(file.m_qwIniciBuffer, 60u);
+        EXPECT_EQ(file.m_nDadesBuffer, size == 16 ? 16u : 40u);
+        EXPECT_FALSE(file.IsBuffered(59));
+        EXPECT_FALSE(file.IsBuffered(100));
+    }
+}
+
+TEST_F(CFileBufferTest, FirstReadThatIsRefusedIsShort) {
+    for (unsigned long size : {16ul, EIGHT_MIB}) {
+        Probe& file = Reading(Letters(40), size);
+        HANDLE good = file.m_hFile;
+        CFile writer(m_path.c_str(), CFile::modeWrite | CFile::shareDenyNone);
+        file.m_hFile = writer.m_hFile;
+        EXPECT_EQ(Read(4), "");
+        EXPECT_EQ(file.updateBuffer(), -7);
+        EXPECT_FALSE(file.IsBuffered(0));
+        file.m_hFile = good;
+        EXPECT_EQ(Read(50), Letters(40)) << size;
+    }
+}
+
 TEST_F(CFileBufferTest, UpdateBufferLoadsWithoutMoving) {
     Probe& file = Reading("abc");
     EXPECT_EQ(file.updateBuffer(), 0);

@@ -2,6 +2,7 @@
 #include "alloc_failure.h"
 #include "temp_folder.h"
 
+#include <file_size.h>
 #include <gtest/gtest.h>
 #include <win32.h>
 
@@ -356,6 +357,22 @@ TEST_F(Files, FileIsDeletedOnClose) {
 }
 
 // Odd arguments
+
+TEST_F(Files, SizeAtOpenIsTheSizeOfAFileJustOpened) {
+    LARGE_INTEGER size = {};
+    const HANDLE made = Open(L"a", GENERIC_WRITE);
+    EXPECT_TRUE(MvFileSizeAtOpen(made, &size));
+    EXPECT_EQ(size.QuadPart, 0);
+    Write(made, "12345");
+    for (const DWORD disposition : {OPEN_EXISTING, OPEN_ALWAYS}) {
+        EXPECT_TRUE(MvFileSizeAtOpen(Open(L"a", GENERIC_READ, disposition), &size));
+        EXPECT_EQ(size.QuadPart, 5);
+    }
+    for (const DWORD disposition : {CREATE_ALWAYS, TRUNCATE_EXISTING}) {
+        EXPECT_TRUE(MvFileSizeAtOpen(Open(L"a", GENERIC_WRITE, disposition), &size));
+        EXPECT_EQ(size.QuadPart, 0);
+    }
+}
 
 TEST_F(Files, NothingIsReadAndWritten) {
     const HANDLE file = Open(L"a");

@@ -2,6 +2,7 @@
 // links, pipes, rights. (The expected values are Windows'.)
 #include "temp_folder.h"
 
+#include <file_size.h>
 #include <gtest/gtest.h>
 #include <win32.h>
 
@@ -45,6 +46,20 @@ TEST_F(PosixFiles, RangeLockedByAnotherHandleStopsReadsAndWrites) {
     EXPECT_EQ(SetFilePointer(other, 0, nullptr, FILE_CURRENT), 2u);
     EXPECT_TRUE(UnlockFile(owner, 2, 0, 3, 0));
     EXPECT_TRUE(ReadFile(other, &m_byte, 1, &m_count, nullptr));
+    CloseHandle(owner);
+    CloseHandle(other);
+}
+
+TEST_F(PosixFiles, NextFileKnowsNothingOfTheLocksOfTheLast) {
+    const HANDLE first = Open(m_folder.Write(L"a", "0123456789"));
+    ASSERT_TRUE(LockFile(first, 0, 0, 10, 0));
+    CloseHandle(first);
+    const std::wstring path = m_folder.Write(L"b", "0123456789");
+    const HANDLE owner = Open(path);
+    const HANDLE other = Open(path);
+    EXPECT_TRUE(ReadFile(owner, &m_byte, 1, &m_count, nullptr));
+    EXPECT_TRUE(WriteFile(other, &m_byte, 1, &m_count, nullptr));
+    EXPECT_TRUE(LockFile(other, 0, 0, 10, 0));
     CloseHandle(owner);
     CloseHandle(other);
 }
@@ -276,6 +291,35 @@ TEST_F(PosixFiles, TooManyFilesGive4) {
     ::setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(file, INVALID_HANDLE_VALUE);
     EXPECT_EQ(error, DWORD{ERROR_TOO_MANY_OPEN_FILES});
+}
+
+TEST_F(PosixFiles, SizeAtOpenIsThatOfTheOpening) {
+    const std::wstring path = m_folder.Write(L"a", "12345");
+    LARGE_INTEGER size = {};
+    const HANDLE reader = Open(path, GENERIC_READ);
+    const HANDLE writer = Open(path, GENERIC_WRITE, CREATE_ALWAYS);
+    EXPECT_TRUE(MvFileSizeAtOpen(writer, &size));
+    EXPECT_EQ(size.QuadPart, 0);
+    EXPECT_TRUE(MvFileSizeAtOpen(reader, &size));
+    EXPECT_EQ(size.QuadPart, 5);
+    EXPECT_TRUE(GetFileSizeEx(reader, &size));
+    EXPECT_EQ(size.QuadPart, 0);
+    CloseHandle(writer);
+    CloseHandle(reader);
+}
+
+TEST_F(PosixFiles, SizeAtOpenIsForFilesAlone) {
+    LARGE_INTEGER size = {};
+    const HANDLE device = Open(L"/dev/null", GENERIC_READ);
+    EXPECT_FALSE(MvFileSizeAtOpen(device, &size));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_FUNCTION});
+    CloseHandle(device);
+    EXPECT_FALSE(MvFileSizeAtOpen(device, &size));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+    const HANDLE folder = CreateFileW(m_folder.Root().wstring().c_str(), GENERIC_READ, 7, nullptr,
+                                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    EXPECT_FALSE(MvFileSizeAtOpen(folder, &size));
+    CloseHandle(folder);
 }
 
 TEST_F(PosixFiles, TimesWithoutAccessAreSet) {

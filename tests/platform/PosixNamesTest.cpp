@@ -94,6 +94,40 @@ TEST_F(PosixNames, PathsLongerThan260Characters) {
     EXPECT_EQ(GetFullPathNameW(path.c_str(), 2000, full, nullptr), path.size());
 }
 
+TEST_F(PosixNames, PathsOfEveryLengthOpen) {
+    // Short and long names, and those of characters that take several bytes, go different ways.
+    std::wstring path = m_folder.Root().wstring() + L"\\" + std::wstring(100, L'x');
+    ASSERT_TRUE(CreateDirectoryW(path.c_str(), nullptr));
+    path += L"\\";
+    for (const wchar_t last : {L'z', L'\u00E9'}) {
+        for (std::size_t length = 250; length <= 260; ++length) {
+            const std::wstring name = path + std::wstring(length - path.size() - 1, L'n') + last;
+            const HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+            EXPECT_NE(file, INVALID_HANDLE_VALUE) << length;
+            CloseHandle(file);
+            EXPECT_TRUE(DeleteFileW(name.c_str())) << length;
+        }
+    }
+}
+
+TEST_F(PosixNames, FullPathIsTheSameWithAndWithoutTheLastPart) {
+    for (const wchar_t* path : {L"/",       L"//",        L"/a",      L"\\a/b",  L"/a//b",   L"/a/./b",
+                                L"/a/../b", L"/..a/b",    L"/a./b",   L"/a../b", L"/a/b.",   L"/a/b ",
+                                L"/a /b",   L"/a/b/",     L"/.",      L"/...",   L"/a.b/.c", L"//srv/share/f",
+                                L"\\\\srv", L"/a/\u00E9", L"/a/b..c", L"/ ",     L"/a/ b"}) {
+        wchar_t without[100] = L"";
+        wchar_t with[100] = L"";
+        wchar_t* name;
+        const DWORD length = GetFullPathNameW(path, 100, without, nullptr);
+        EXPECT_EQ(length, GetFullPathNameW(path, 100, with, &name)) << path;
+        EXPECT_STREQ(without, with) << path;
+        EXPECT_EQ(length, wcslen(without)) << path;
+        wchar_t small[100] = L"kept";
+        EXPECT_EQ(GetFullPathNameW(path, length, small, nullptr), length + 1) << path;
+        EXPECT_STREQ(small, L"kept");
+    }
+}
+
 TEST_F(PosixNames, RootIsABackslash) {
     wchar_t text[100];
     EXPECT_EQ(GetFullPathNameW(L"/", 100, text, nullptr), 1u);

@@ -28,8 +28,9 @@ public:
     // Streams keep no position of their own: terminals, pipes, and the standard streams whatever they are.
     bool m_stream = false;
     bool m_appends = false;
-    bool m_regular =
-        false; // opened here and neither folder nor device: the system's own position means nothing
+    // Opened here and neither folder nor device: the system's own position means nothing.
+    bool m_regular = false;
+    std::uint64_t m_sizeAtOpen = 0; // of a regular file
     DWORD m_type = FILE_TYPE_DISK;
     SharedUse m_use;
     SharedFile* m_shared = nullptr;

@@ -33,6 +33,19 @@ std::string utf16Bytes(std::wstring_view text, bool highFirst);
 
 // File names, without loss (see api/files.h).
 std::string systemPath(std::wstring_view path);
+// The same for the length of a call: the usual path takes no memory.
+class SystemPath {
+public:
+    explicit SystemPath(LPCWSTR path);
+    SystemPath(const SystemPath&) = delete;
+    SystemPath& operator=(const SystemPath&) = delete;
+    const char* c_str() const { return m_text; }
+
+private:
+    char m_short[256];
+    std::string m_long;
+    const char* m_text;
+};
 std::wstring wideName(std::string_view name);
 // A path of the system, its separators turned into backslashes.
 std::wstring widePath(std::string_view path);
