@@ -59,6 +59,17 @@ bool IsPlainList(const TItem* item) {
 // The first of the entries that `item` does not go behind; the end when there is none.
 [[gnu::noinline]] TItem** FirstNotBefore(const TItem* item, TItem** first, TItem** end, PFN_COMPARARITEMS cmp,
                                          long lUser) {
+    // By fours: the comparisons are calls, and a jump after each would cost as much as a small one.
+    for (; end - first >= 4; first += 4) {
+        if (cmp(item, first[0], lUser) <= 0)
+            return first;
+        if (cmp(item, first[1], lUser) <= 0)
+            return first + 1;
+        if (cmp(item, first[2], lUser) <= 0)
+            return first + 2;
+        if (cmp(item, first[3], lUser) <= 0)
+            return first + 3;
+    }
     while (first != end && cmp(item, *first, lUser) > 0)
         ++first;
     return first;

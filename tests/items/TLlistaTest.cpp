@@ -921,6 +921,31 @@ TEST_F(TLlistaTest, OrdenarAsksInAFixedOrder) {
     EXPECT_EQ(g_asked, expected);
 }
 
+TEST_F(TLlistaTest, OrdenarAsksFromTheFrontUntilThePlaceIsFound) {
+    std::mt19937 random(5);
+    for (int count = 0; count <= 14; ++count) {
+        Ints values;
+        for (int i = 0; i < count; ++i)
+            values.push_back(static_cast<int>(random() % 20));
+        std::vector<std::pair<int, int>> expected;
+        Ints sorted;
+        for (auto value = values.rbegin(); value != values.rend(); ++value) {
+            auto place = sorted.begin();
+            for (bool behind = true; behind && place != sorted.end(); place += behind ? 1 : 0) {
+                expected.emplace_back(*value, *place);
+                behind = *value > *place;
+            }
+            sorted.insert(place, *value);
+        }
+        TLlista list;
+        Fill(list, values);
+        g_asked.clear();
+        EXPECT_EQ(list.Ordenar(&Noting, 0, nullptr), 0);
+        EXPECT_EQ(g_asked, expected);
+        EXPECT_EQ(Values(list), sorted);
+    }
+}
+
 TEST_F(TLlistaTest, OrdenarAgreesWithAStableSort) {
     std::mt19937 random(3);
     for (int round = 0; round < 50; ++round) {
