@@ -1,3 +1,4 @@
+#include "../large_pages.h"
 #include "../win32.h"
 
 #include <cerrno>
@@ -5,6 +6,7 @@
 #include <cstdlib>
 #include <malloc.h>
 #include <memory>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -129,4 +131,20 @@ BOOL IsBadWritePtr(LPVOID address, UINT_PTR size) {
     }
     errno = saved;
     return bad;
+}
+
+void MvPreferLargePages(void* block, SIZE_T size) {
+#if defined(MADV_HUGEPAGE)
+    // Below this size a block hardly holds a whole one, and malloc soon gives its memory to others.
+    constexpr SIZE_T least = SIZE_T{4} << 20;
+    if (!block || size < least)
+        return;
+    // With the whole of its first and last page: a mapping in two parts could not be moved by the system.
+    const UINT_PTR page = static_cast<UINT_PTR>(sysconf(_SC_PAGESIZE));
+    const UINT_PTR first = reinterpret_cast<UINT_PTR>(block) & ~(page - 1);
+    const UINT_PTR last = (reinterpret_cast<UINT_PTR>(block) + size + page - 1) & ~(page - 1);
+    const int error = errno;
+    madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    errno = error;
+#endif
 }

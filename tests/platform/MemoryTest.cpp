@@ -1,7 +1,9 @@
 // Blocks and address tests.
 #include <gtest/gtest.h>
+#include <large_pages.h>
 #include <win32.h>
 
+#include <algorithm>
 #include <vector>
 
 TEST(Memory, BlocksAreZeroedOnRequest) {
@@ -27,6 +29,18 @@ TEST(Memory, SizeZeroGivesABlock) {
 
 TEST(Memory, FreeingNullIsAllowed) {
     EXPECT_EQ(LocalFree(nullptr), nullptr);
+}
+
+TEST(Memory, LargePagesChangeNothingThatShows) {
+    std::vector<char> bytes(20 << 20, 'x');
+    SetLastError(1234);
+    MvPreferLargePages(bytes.data(), bytes.size());
+    MvPreferLargePages(bytes.data() + 1, bytes.size() - 2);
+    MvPreferLargePages(bytes.data(), 10);
+    MvPreferLargePages(nullptr, bytes.size());
+    EXPECT_EQ(GetLastError(), 1234U);
+    bytes.resize(bytes.size() + 1, 'x'); // into another block
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), 'x'), (20 << 20) + 1);
 }
 
 TEST(AddressTests, OwnMemoryIsGood) {
