@@ -150,9 +150,10 @@ private:
     Ocult* ocult() const;
     bool entregar(unsigned int nSlots);
     bool Igual(unsigned int slot, const Clau& key) const;
-    unsigned int Trobar(const Clau& key, unsigned int bucket) const;
+    unsigned int Trobar(const Clau& key) const;
+    unsigned int TrobarCadena(Clau key, unsigned int bucket) const;
     unsigned int TrobarText(const Clau& key, unsigned int bucket) const;
     int Desar(TItem* pItem, const Clau& key, TItem** ppVell);
     void Escriure(unsigned int slot, const Clau& key);
-    void CrearIndex(unsigned int nElements);
+    void CrearIndex();
 };

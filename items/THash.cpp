@@ -1,7 +1,6 @@
 #include "THash.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +11,9 @@
 
 #include "afx.h"
 #include "items/Demolition.h"
+#include "items/KeyUnits.h"
+#include "items/SlotIndex.h"
+#include "large_pages.h"
 #include "TLlista.h"
 
 namespace {
@@ -19,7 +21,7 @@ namespace {
 constexpr unsigned int kNone = ~0u;
 constexpr int kAbsent = -1402;
 constexpr unsigned int kKeyUnits = 261; // what a slot keeps of a key, the terminator apart
-constexpr unsigned int kLongChain = 8;  // a chain beyond this length brings the index into being
+constexpr unsigned int kFew = 16; // with so many keys, chains are walked; more bring the index into being
 constexpr unsigned int kMinGrowth = 20;
 
 // Whether the size of `count` elements behind a header can be told.
@@ -32,77 +34,12 @@ void* AllocateArray(std::size_t header, std::size_t count, std::size_t size) {
     return Fits(header, count, size) ? std::malloc(std::max<std::size_t>(header + count * size, 1)) : nullptr;
 }
 
-std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
-#if defined(__SIZEOF_INT128__)
-    __extension__ using Wide = unsigned __int128;
-    const Wide product = static_cast<Wide>(a) * b;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-#else
-    return (a * b) ^ (std::rotl(a, 32) * 0x9E3779B97F4A7C15ull) ^ std::rotl(b, 17);
-#endif
-}
-
-// A hash of the key for the index; nobody sees it. It takes the key by four units at a time, the last ones
-// filled up with zeros.
-class UnitHash {
-public:
-    explicit UnitHash(std::size_t count)
-        : m_hash(0x8EBC6AF09C88C6E3ull ^ (count * sizeof(char16_t))) {}
-    void Add(std::uint64_t word) {
-        if (m_second) {
-            m_hash = Mix(m_hash ^ m_word, word ^ 0xA0761D6478BD642Full);
-            m_word = 0;
-        } else {
-            m_word = word;
-        }
-        m_second = !m_second;
-    }
-    std::uint32_t Result() const {
-        const std::uint64_t hash = Mix(m_hash ^ m_word, 0xE7037ED1A0B428DBull);
-        return static_cast<std::uint32_t>(hash ^ (hash >> 32));
-    }
-
-private:
-    std::uint64_t m_hash;
-    std::uint64_t m_word = 0;
-    bool m_second = false;
-};
-
-std::uint32_t HashUnits(const char16_t* units, std::size_t count) {
-    UnitHash hash(count);
-    for (; count > 0; units += std::min<std::size_t>(count, 4), count -= std::min<std::size_t>(count, 4)) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, units, std::min<std::size_t>(count, 4) * sizeof(char16_t));
-        hash.Add(word);
-    }
-    return hash.Result();
-}
-
-// Whether two keys of `count` units are the same. The first was stored by eight bytes a moment ago: looks at
-// it that are any wider would wait until it has arrived in memory.
-bool SameUnits(const char16_t* first, const char16_t* second, std::size_t count) {
-    for (; count >= 4; first += 4, second += 4, count -= 4) {
-        std::uint64_t one, other;
-        std::memcpy(&one, first, sizeof one);
-        std::memcpy(&other, second, sizeof other);
-        if (one != other) {
-            return false;
-        }
-    }
-    for (; count > 0; --count) {
-        if (*first++ != *second++) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // A stored key as the target's wide text, NUL-terminated; `text` has room for one character per unit and the
 // NUL.
-void Widen(const char16_t* units, unsigned int count, wchar_t* text) {
-    unsigned int length = 0;
-    for (unsigned int i = 0; i < count; ++i) {
-        std::uint32_t code = units[i];
+void Widen(const wchar_t* units, std::size_t count, wchar_t* text) {
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        auto code = static_cast<std::uint32_t>(units[i]);
         if (sizeof(wchar_t) > 2 && (code & 0xFC00) == 0xD800 && i + 1 < count &&
             (units[i + 1] & 0xFC00) == 0xDC00) {
             code = 0x10000 + ((code & 0x3FF) << 10) + (units[++i] & 0x3FF);
@@ -114,172 +51,115 @@ void Widen(const char16_t* units, unsigned int count, wchar_t* text) {
 
 } // namespace
 
-// A key as UTF-16, with its sum. Of a key that is too long for a slot only the beginning is kept, the sum
-// counts all.
+// A key on its way in: as wide text that has one UTF-16 unit per character. Mostly that is the caller's text;
+// any other is put into a room, of which a key that is too long for a slot gets the beginning.
 struct THash::Clau {
-    char16_t units[kKeyUnits + 3]; // stored four at a time
-    unsigned int count = 0;        // in units[], the terminator apart
-    int length;                    // as an entry keeps it: -1 or the whole number of units
-    std::uint32_t sum = 0;
-    bool whole = true;
+    using Room = wchar_t[kKeyUnits];
 
-    Clau(const wchar_t* text, int given)
-        : length(given) {
-        const std::size_t elements =
-            given == -1 ? std::wcslen(text) : static_cast<std::size_t>(std::max(given, 0));
-        if (elements > kKeyUnits || !Narrow(text, elements)) {
-            Encode(text, elements);
+    const wchar_t* units;
+    std::size_t count;
+    int length;         // as an entry keeps it: -1 or the whole number of units
+    std::uint32_t hash; // counts only for a whole key
+    bool whole;
+
+    Clau(const wchar_t* text, int given, Room& room)
+        : units(text)
+        , count(given == -1 ? std::wcslen(text) : static_cast<std::size_t>(std::max(given, 0)))
+        , length(given)
+        , whole(true)
+        , m_summed(false)
+        , m_sum(0) {
+        if (count <= kKeyUnits) [[likely]] {
+            const mvlib::keys::Hasher hasher(text, count);
+            if (hasher.IsUnits()) [[likely]] {
+                SetHash(hasher);
+                return;
+            }
         }
-        if (!m_hashed || count % 4 == 0) { // else it is there
-            units[count] = 0;
-        }
+        *this = Encoded(text, count, given, room);
     }
 
-    Clau(const char16_t* stored, int storedLength)
-        : length(storedLength) {
-        const unsigned int room =
+    Clau(const char16_t* stored, int storedLength, Room& room)
+        : units(room)
+        , count(0)
+        , length(storedLength)
+        , whole(storedLength <= static_cast<int>(kKeyUnits))
+        , m_summed(false)
+        , m_sum(0) {
+        const unsigned int most =
             storedLength < 0 ? kKeyUnits : std::min<unsigned int>(storedLength, kKeyUnits);
-        while (count < room && (storedLength >= 0 || stored[count])) {
-            sum += units[count] = stored[count];
+        while (count < most && (storedLength >= 0 || stored[count])) {
+            room[count] = stored[count];
             ++count;
         }
-        whole = storedLength <= static_cast<int>(kKeyUnits);
-        units[count] = 0;
+        SetHash(mvlib::keys::Hasher(room, count));
     }
 
-    std::uint32_t Hash() const { return UnitsHash() + (length == -1 ? 0 : 0x9E3779B9u); }
+    // Of all units, also of those that no slot has room for.
+    std::uint32_t Sum() const { return m_summed ? m_sum : mvlib::keys::Sum(units, count); }
 
 private:
-    std::uint32_t UnitsHash() const { return m_hashed ? m_hash : HashUnits(units, count); }
+    explicit Clau(const Room& room)
+        : units(room)
+        , count(0)
+        , m_summed(true)
+        , m_sum(0) {}
 
-    // The usual case, in one pass that leaves the sum and the hash too; false when a character is no unit.
-    bool Narrow(const wchar_t* text, std::size_t elements) {
-        if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
-            std::memcpy(units, text, elements * sizeof(char16_t));
-            for (std::size_t i = 0; i < elements; ++i) {
-                sum += units[i];
-            }
-            count = static_cast<unsigned int>(elements);
-            return true;
-        }
-        constexpr std::uint64_t kBeyond = 0xFFFF0000FFFF0000ull;
-        UnitHash hash(elements);
-        std::uint64_t all = 0;
-        std::uint64_t sums = 0; // of the characters at even and at odd places; they do not overflow
-        char16_t* to = units;
-        const auto add = [&](std::uint64_t first, std::uint64_t second) {
-            all |= first | second;
-            sums += first + second;
-            const std::uint64_t word = (first & 0xFFFF) | (first >> 16 & 0xFFFF0000) |
-                                       (second & 0xFFFF) << 32 | (second >> 16 & 0xFFFF0000) << 32;
-            std::memcpy(to, &word, sizeof word);
-            to += 4;
-            hash.Add(word);
-        };
-        std::uint64_t pairs[2];
-        std::size_t left = elements;
-        for (; left >= 4; left -= 4, text += 4) {
-            std::memcpy(pairs, text, sizeof pairs);
-            add(pairs[0], pairs[1]);
-        }
-        if (left > 0) {
-            const auto at = [&](std::size_t i) {
-                return i < left ? std::uint64_t{static_cast<std::uint32_t>(text[i])} : 0;
-            };
-            add(at(0) | at(1) << 32, at(2));
-        }
-        sum = static_cast<std::uint32_t>(sums) + static_cast<std::uint32_t>(sums >> 32);
-        count = static_cast<unsigned int>(elements);
-        m_hash = hash.Result();
-        m_hashed = (all & kBeyond) == 0;
-        return m_hashed;
+    void SetHash(const mvlib::keys::Hasher& hasher) {
+        hash = hasher.Hash() + (length == -1 ? 0 : 0x9E3779B9u);
     }
 
-    void Encode(const wchar_t* text, std::size_t elements) {
+    // A key that is too long, or has characters of two units.
+    [[gnu::noinline]] static Clau Encoded(const wchar_t* text, std::size_t elements, int given, Room& room) {
+        Clau key(room);
         std::size_t total = 0;
-        count = 0;
-        sum = 0;
         const auto add = [&](std::uint32_t unit) {
-            sum += unit;
+            key.m_sum += unit;
             ++total;
-            if (count < kKeyUnits) {
-                units[count++] = static_cast<char16_t>(unit);
+            if (key.count < kKeyUnits) {
+                room[key.count++] = static_cast<wchar_t>(unit);
             }
         };
         for (std::size_t i = 0; i < elements; ++i) {
             const auto code = static_cast<std::uint32_t>(text[i]);
-            if (code <= 0xFFFF) {
+            if (mvlib::keys::WIDE_IS_UNIT || code <= 0xFFFF) {
                 add(code);
             } else {
                 add(0xD800 + (((code - 0x10000) >> 10) & 0x3FF));
                 add(0xDC00 + ((code - 0x10000) & 0x3FF));
             }
         }
-        whole = total <= kKeyUnits;
-        if (length >= 0) {
-            length = static_cast<int>(std::min<std::size_t>(total, std::numeric_limits<int>::max()));
-        }
+        key.whole = total <= kKeyUnits;
+        key.length = given < 0
+                         ? given
+                         : static_cast<int>(std::min<std::size_t>(total, std::numeric_limits<int>::max()));
+        key.SetHash(mvlib::keys::Hasher(room, key.count));
+        return key;
     }
 
-    std::uint32_t m_hash = 0;
-    bool m_hashed = false;
+    bool m_summed;
+    std::uint32_t m_sum;
 };
 
 // What lies unseen beside the arrays. It stands before the buckets, which live as long as the table's storage
 // does, so that tables which share their arrays share this too.
 //
 // For each slot it keeps the entry before it in its chain and for each bucket the last entry, so that nothing
-// walks a chain to append or to unlink. Once a chain grows long, an index of open addressing from key to slot
-// comes into being. It holds the keys that a slot holds whole; the few longer ones are still looked for along
-// their chain. The index is a mere help: when memory for it is short, the chains are walked again.
+// walks a chain to append or to unlink. Once there are more than a few keys, an index from key to slot comes
+// into being. It holds the keys that a slot holds whole; the few longer ones are still looked for along their
+// chain. The index is a mere help: when memory for it is short, the chains are walked again.
 struct THash::Ocult {
-    struct Lloc {
-        std::uint32_t hash;
-        std::uint32_t slot; // kUnused, kDeleted or a slot
-    };
-    static constexpr std::uint32_t kUnused = kNone;
-    static constexpr std::uint32_t kDeleted = kNone - 1;
     static constexpr unsigned int kFree = kNone - 1; // in pAnterior: the slot is free
 
     unsigned int nSlots;      // slots that really exist: fewer than m_nMax after an Ampliar that failed
     unsigned int nFresh;      // the slots from here on were never handed out
     unsigned int nWithLength; // entries stored with a length of their own
+    bool bNoIndex;            // it could not be had, or keys were rewritten in their slots: not tried again
+    bool bRewritten;          // a slot may hold a key of another bucket
     unsigned int* pAnterior;  // per slot: the entry before it in the chain, kNone for the first
-    Lloc* pIndex;             // null until a chain has grown long
-    unsigned int nMask;
-    unsigned int nUsed; // places that are not kUnused
-    bool bNoIndex;      // it could not be had, or keys were rewritten in their slots: not tried again
-    bool bRewritten;    // a slot may hold a key of another bucket
+    mvlib::SlotIndex index;
 
     unsigned int* Last(const THash& table) { return table.m_pBuckets + table.m_nBuckets; }
-
-    void Add(std::uint32_t hash, unsigned int slot) {
-        unsigned int at = hash & nMask;
-        while (pIndex[at].slot < kDeleted) {
-            at = (at + 1) & nMask;
-        }
-        nUsed += pIndex[at].slot == kUnused ? 1 : 0;
-        pIndex[at] = {hash, slot};
-    }
-
-    void Remove(std::uint32_t hash, unsigned int slot) {
-        for (unsigned int at = hash & nMask; pIndex[at].slot != kUnused; at = (at + 1) & nMask) {
-            if (pIndex[at].slot == slot) {
-                // Only a place with a used one behind it needs a mark for the searches that pass it.
-                const bool end = pIndex[(at + 1) & nMask].slot == kUnused;
-                pIndex[at].slot = end ? kUnused : kDeleted;
-                nUsed -= end ? 1 : 0;
-                return;
-            }
-        }
-    }
-
-    void DropIndex() {
-        std::free(pIndex);
-        pIndex = nullptr;
-        nMask = 0;
-        nUsed = 0;
-    }
 };
 
 const CMirvaRTTI THashItem::m_rttiTHashItem(&TItem::m_rttiTItem, "THashItem", 20, sizeof(THashItem), nullptr);
@@ -335,7 +215,7 @@ THash::~THash() {
         std::free(m_pEntrades);
     }
     std::free(o->pAnterior);
-    o->DropIndex();
+    o->index.Drop();
     std::free(o);
 }
 
@@ -375,7 +255,8 @@ int THash::init(unsigned int n) {
         std::free(before);
         return -1;
     }
-    auto* o = new (block) Ocult{n, 0, 0, before, nullptr, 0, 0, false, false};
+    MvPreferLargePages(entries, n * sizeof(ENTRADA));
+    auto* o = new (block) Ocult{n, 0, 0, false, false, before, {}};
     m_pBuckets = reinterpret_cast<unsigned int*>(o + 1);
     m_pEntrades = entries;
     std::fill_n(m_pBuckets, 2 * static_cast<std::size_t>(m_nBuckets), kNone);
@@ -414,6 +295,7 @@ int THash::Ampliar(int n) {
         return -1;
     }
     m_pEntrades = entries;
+    MvPreferLargePages(entries, total * sizeof(ENTRADA));
     // After a failure the slots that exist are fewer than were counted; the ones missing come into being
     // here.
     const unsigned int first = o->nSlots;
@@ -430,31 +312,28 @@ int THash::Ampliar(int n) {
 }
 
 int THash::clau(const wchar_t* szClau, int nLen) const {
-    return m_nBuckets ? static_cast<int>(Clau(szClau, nLen).sum % m_nBuckets) : 0;
+    Clau::Room room;
+    return m_nBuckets ? static_cast<int>(Clau(szClau, nLen, room).Sum() % m_nBuckets) : 0;
 }
 
-bool THash::Igual(unsigned int slot, const Clau& key) const {
+inline bool THash::Igual(unsigned int slot, const Clau& key) const {
     const ENTRADA& entry = m_pEntrades[slot];
     __builtin_prefetch(&entry.pItem); // far behind the key, and wanted next
-    const std::size_t units =
-        key.count + (key.length == -1 ? 1 : 0); // a NUL-terminated key compares its end too
-    return SameUnits(key.units, entry.szClau, units) && entry.nLen == key.length;
+    return mvlib::keys::IsSame(entry.szClau, key.units, key.count) && entry.nLen == key.length &&
+           (key.length != -1 || entry.szClau[key.count] == 0);
 }
 
-// The slot of the key, kNone when it is not in the bucket.
-unsigned int THash::Trobar(const Clau& key, unsigned int bucket) const {
+// The slot of the key, kNone when it is not there.
+inline unsigned int THash::Trobar(const Clau& key) const {
     const Ocult* o = ocult();
-    if (o->pIndex && key.whole) {
-        const std::uint32_t hash = key.Hash();
-        for (unsigned int at = hash & o->nMask; o->pIndex[at].slot != Ocult::kUnused;
-             at = (at + 1) & o->nMask) {
-            const Ocult::Lloc place = o->pIndex[at];
-            if (place.hash == hash && place.slot != Ocult::kDeleted && Igual(place.slot, key)) {
-                return place.slot;
-            }
-        }
-        return kNone;
+    if (o->index.Exists() && key.whole) [[likely]] {
+        return o->index.Find(key.hash, [&](unsigned int slot) { return Igual(slot, key); });
     }
+    return TrobarCadena(key, key.Sum() % m_nBuckets);
+}
+
+// The same along the chain of a bucket.
+unsigned int THash::TrobarCadena(Clau key, unsigned int bucket) const {
     if (key.length == -1 && !key.whole) {
         return kNone; // no slot can hold it
     }
@@ -468,12 +347,12 @@ unsigned int THash::Trobar(const Clau& key, unsigned int bucket) const {
 // The first entry of the bucket whose stored text, read to its NUL, is the key's, whatever lengths are.
 unsigned int THash::TrobarText(const Clau& key, unsigned int bucket) const {
     const Ocult* o = ocult();
-    if (o->nWithLength == 0 && key.length == -1) {
-        return Trobar(key, bucket);
+    if (o->nWithLength == 0 && key.length == -1 && !o->bRewritten) {
+        return Trobar(key);
     }
-    const std::size_t bytes = (key.count + std::size_t{1}) * sizeof(char16_t);
     unsigned int slot = m_pBuckets[bucket];
-    while (slot != kNone && std::memcmp(m_pEntrades[slot].szClau, key.units, bytes) != 0) {
+    while (slot != kNone && !(mvlib::keys::IsSame(m_pEntrades[slot].szClau, key.units, key.count) &&
+                              m_pEntrades[slot].szClau[key.count] == 0)) {
         slot = m_pEntrades[slot].nSeguent;
     }
     return slot;
@@ -486,9 +365,11 @@ int THash::BuscarClau(const wchar_t* szClau, int& idx, int nLen) const {
     if (!o || bucket >= m_nBuckets || m_pBuckets[bucket] == kNone) {
         return -1;
     }
-    const Clau key(szClau, nLen);
-    const bool elsewhere = !o->bRewritten && key.whole && key.sum % m_nBuckets != bucket;
-    const unsigned int slot = elsewhere ? kNone : Trobar(key, bucket);
+    Clau::Room room;
+    const Clau key(szClau, nLen, room);
+    const bool own = key.Sum() % m_nBuckets == bucket;
+    const bool elsewhere = !own && !o->bRewritten && key.whole;
+    const unsigned int slot = elsewhere ? kNone : own ? Trobar(key) : TrobarCadena(key, bucket);
     if (slot == kNone) {
         return static_cast<int>(o->Last(*this)[bucket]);
     }
@@ -497,54 +378,44 @@ int THash::BuscarClau(const wchar_t* szClau, int& idx, int nLen) const {
 }
 
 void THash::Escriure(unsigned int slot, const Clau& key) {
-    const std::size_t units = key.count + (key.length == -1 ? 1 : 0);
-    std::memcpy(m_pEntrades[slot].szClau, key.units, units * sizeof(char16_t));
+    char16_t* stored = m_pEntrades[slot].szClau;
+    mvlib::keys::Store(stored, key.units, key.count);
+    if (key.length == -1) {
+        stored[key.count] = 0;
+    }
 }
 
 void THash::CopyClau(const wchar_t* szClau, int idx, int nLen) {
-    Escriure(static_cast<unsigned int>(idx), Clau(szClau, nLen));
+    Clau::Room room;
+    Escriure(static_cast<unsigned int>(idx), Clau(szClau, nLen, room));
     // The slot stays in its chain whatever its key now is: only a walk finds what stands there.
     Ocult* o = ocult();
-    o->DropIndex();
+    o->index.Drop();
     o->bNoIndex = true;
     o->bRewritten = true;
 }
 
-// Makes the index anew with room for as many keys and more. Without memory for it the table goes on without.
-void THash::CrearIndex(unsigned int nElements) {
+// Makes the index anew with room for a key in every slot and more. Without memory for it the table goes on
+// without.
+void THash::CrearIndex() {
     Ocult* o = ocult();
-    std::size_t places = 64;
-    while (places / 2 <= nElements + nElements / 2 &&
-           places <= (std::numeric_limits<std::uint32_t>::max() >> 1)) {
-        places *= 2;
-    }
-    auto* index = static_cast<Ocult::Lloc*>(AllocateArray(0, places, sizeof(Ocult::Lloc)));
-    if (!index) {
-        o->DropIndex();
+    const bool isNew = !o->index.Exists();
+    const std::size_t keys = std::max(m_nElements, m_nMax);
+    if (!o->index.Create(keys + keys / 64)) {
+        o->index.Drop();
         o->bNoIndex = true;
         return;
     }
-    std::memset(index, 0xFF, places * sizeof(Ocult::Lloc));
-    Ocult::Lloc* old = o->pIndex;
-    const std::size_t oldPlaces = old ? std::size_t{o->nMask} + 1 : 0;
-    o->pIndex = index;
-    o->nMask = static_cast<unsigned int>(places - 1);
-    o->nUsed = 0;
-    for (std::size_t i = 0; i < oldPlaces; ++i) {
-        if (old[i].slot < Ocult::kDeleted) {
-            o->Add(old[i].hash, old[i].slot);
-        }
-    }
-    for (unsigned int bucket = 0; !old && bucket < m_nBuckets; ++bucket) {
+    Clau::Room room;
+    for (unsigned int bucket = 0; isNew && bucket < m_nBuckets; ++bucket) {
         for (unsigned int slot = m_pBuckets[bucket]; slot != kNone; slot = m_pEntrades[slot].nSeguent) {
-            const Clau key(m_pEntrades[slot].szClau, m_pEntrades[slot].nLen);
+            const Clau key(m_pEntrades[slot].szClau, m_pEntrades[slot].nLen, room);
             // A key that was cut when it was stored stands in the bucket of the whole one.
-            if (key.whole && key.sum % m_nBuckets == bucket) {
-                o->Add(key.Hash(), slot);
+            if (key.whole && key.Sum() % m_nBuckets == bucket) {
+                o->index.Add(key.hash, slot);
             }
         }
     }
-    std::free(old);
 }
 
 int THash::Desar(TItem* pItem, const Clau& key, TItem** ppVell) {
@@ -552,8 +423,7 @@ int THash::Desar(TItem* pItem, const Clau& key, TItem** ppVell) {
     if (!o) {
         return -1;
     }
-    const unsigned int bucket = key.sum % m_nBuckets;
-    unsigned int slot = Trobar(key, bucket);
+    unsigned int slot = Trobar(key);
     if (slot != kNone) {
         ENTRADA& entry = m_pEntrades[slot];
         if (ppVell) {
@@ -573,6 +443,7 @@ int THash::Desar(TItem* pItem, const Clau& key, TItem** ppVell) {
     ENTRADA& entry = m_pEntrades[slot];
     m_nLliure = entry.nSeguent;
     ++m_nElements;
+    const unsigned int bucket = key.Sum() % m_nBuckets;
     unsigned int& last = o->Last(*this)[bucket];
     o->pAnterior[slot] = last;
     (last == kNone ? m_pBuckets[bucket] : m_pEntrades[last].nSeguent) = slot;
@@ -589,39 +460,35 @@ int THash::Desar(TItem* pItem, const Clau& key, TItem** ppVell) {
     entry.pItem = pItem;
     entry.nLen = key.length;
     o->nWithLength += key.length == -1 ? 0 : 1;
-    if (o->pIndex && key.whole) {
-        if (o->nUsed + std::size_t{1} > (std::size_t{o->nMask} + 1) / 2) {
-            CrearIndex(m_nElements);
+    if (!o->index.Exists()) {
+        if (!o->bNoIndex && m_nElements > kFew) {
+            CrearIndex();
         }
-        if (o->pIndex) {
-            o->Add(key.Hash(), slot);
-        }
-    } else if (!o->pIndex && !o->bNoIndex) {
-        unsigned int steps = 0;
-        for (unsigned int at = slot; at != kNone && steps <= kLongChain; at = o->pAnterior[at]) {
-            ++steps;
-        }
-        if (steps > kLongChain) {
-            CrearIndex(std::max(m_nElements, m_nMax) / 3 * 2);
+    } else if (key.whole && !o->index.Add(key.hash, slot)) {
+        CrearIndex();
+        if (o->index.Exists()) {
+            o->index.Add(key.hash, slot);
         }
     }
     return 0;
 }
 
 int THash::put(TItem* pItem, const wchar_t* szClau, int nLen) {
-    return Desar(pItem, Clau(szClau, nLen), nullptr);
+    Clau::Room room;
+    return Desar(pItem, Clau(szClau, nLen, room), nullptr);
 }
 
 int THash::change(TItem* pItem, const wchar_t* szClau, TItem*& pVell, int nLen) {
-    return Desar(pItem, Clau(szClau, nLen), &pVell);
+    Clau::Room room;
+    return Desar(pItem, Clau(szClau, nLen, room), &pVell);
 }
 
 TItem* THash::get(const wchar_t* szClau, int nLen) const {
     if (!ocult()) {
         return nullptr;
     }
-    const Clau key(szClau, nLen);
-    const unsigned int slot = Trobar(key, key.sum % m_nBuckets);
+    Clau::Room room;
+    const unsigned int slot = Trobar(Clau(szClau, nLen, room));
     return slot == kNone ? nullptr : m_pEntrades[slot].pItem;
 }
 
@@ -631,21 +498,24 @@ int THash::del(const wchar_t* szClau, int nLen) {
         return kAbsent;
     }
     // The bucket comes from the length, the comparison goes over the whole text.
-    Clau text(szClau, -1);
-    const unsigned int bucket = nLen == -1 ? text.sum % m_nBuckets : Clau(szClau, nLen).sum % m_nBuckets;
+    Clau::Room room, otherRoom;
+    const Clau text(szClau, -1, room);
+    const unsigned int own = text.Sum() % m_nBuckets;
+    const unsigned int bucket = nLen == -1 ? own : Clau(szClau, nLen, otherRoom).Sum() % m_nBuckets;
     if (!text.whole) {
         return kAbsent;
     }
-    const bool own = text.sum % m_nBuckets == bucket;
-    const unsigned int slot = own || o->nWithLength || o->bRewritten ? TrobarText(text, bucket) : kNone;
+    const unsigned int slot =
+        own == bucket || o->nWithLength || o->bRewritten ? TrobarText(text, bucket) : kNone;
     if (slot == kNone) {
         return kAbsent;
     }
     ENTRADA& entry = m_pEntrades[slot];
-    if (o->pIndex) {
-        const Clau stored(entry.szClau, entry.nLen);
-        if (stored.whole) {
-            o->Remove(stored.Hash(), slot);
+    if (o->index.Exists()) {
+        if (entry.nLen == -1) {
+            o->index.Remove(text.hash, slot);
+        } else if (const Clau stored(entry.szClau, entry.nLen, otherRoom); stored.whole) {
+            o->index.Remove(stored.hash, slot);
         }
     }
     const unsigned int before = o->pAnterior[slot];
@@ -682,7 +552,7 @@ void THash::Done() {
     }
     std::fill_n(m_pBuckets, 2 * static_cast<std::size_t>(m_nBuckets), kNone);
     o->nWithLength = 0;
-    o->DropIndex();
+    o->index.Drop();
     // Kept: the count and the head of the free list stay as they were.
 }
 
@@ -691,11 +561,12 @@ int THash::copy(THash* pDesti) const {
         return -4;
     }
     const Ocult* o = ocult();
+    Clau::Room room;
     for (unsigned int i = 0; o && i < o->nSlots; ++i) {
         const ENTRADA& entry = m_pEntrades[i];
         if (entry.pItem) {
             TItem* clone = entry.pItem->Duplicar();
-            if (pDesti->Desar(clone, Clau(entry.szClau, entry.nLen), nullptr) != 0) {
+            if (pDesti->Desar(clone, Clau(entry.szClau, entry.nLen, room), nullptr) != 0) {
                 delete clone;
                 return -1;
             }
@@ -710,12 +581,13 @@ TItem* THash::Duplicar() const {
         return nullptr;
     }
     const Ocult* o = ocult();
+    Clau::Room room;
     for (unsigned int i = 0; o && i < o->nSlots; ++i) {
         const ENTRADA& entry = m_pEntrades[i];
         if (entry.pItem) {
             TItem* clone = entry.pItem->Duplicar();
             // Kept: the test is inverted. A put that succeeds abandons the new table, with what it holds.
-            if (table->Desar(clone, Clau(entry.szClau, entry.nLen), nullptr) == 0) {
+            if (table->Desar(clone, Clau(entry.szClau, entry.nLen, room), nullptr) == 0) {
                 static_cast<void>(table.release());
                 return nullptr;
             }
@@ -728,12 +600,13 @@ TItem* THash::Duplicar() const {
 TLlista* THash::LlistaElements() const {
     std::unique_ptr<TLlista> list(new (std::nothrow) TLlista);
     const Ocult* o = ocult();
+    Clau::Room room;
     for (unsigned int i = 0; list && o && i < o->nSlots; ++i) {
         const ENTRADA& entry = m_pEntrades[i];
         if (!entry.pItem) {
             continue;
         }
-        const Clau key(entry.szClau, entry.nLen);
+        const Clau key(entry.szClau, entry.nLen, room);
         wchar_t text[kKeyUnits + 1];
         Widen(key.units, key.count, text);
         std::unique_ptr<THashItem> pair(new (std::nothrow) THashItem(text, entry.pItem));

@@ -4,8 +4,11 @@
 #include <afx.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "alloc_failure.h"
@@ -457,6 +460,219 @@ TEST_F(THashTest, ManyKeysInFewBucketsBehaveLikeAMap) {
     EXPECT_EQ(linked, held);
 }
 
+// The table written out: buckets, chains and free list walked one by one.
+class LiteralTable {
+public:
+    struct Slot {
+        std::u16string text; // what stands there, to the first NUL behind the key
+        int value = -1;      // -1: free
+        unsigned next = ~0u;
+        int length = -1;
+    };
+    std::vector<Slot> slots;
+    std::vector<unsigned> buckets;
+    unsigned free = 0;
+    unsigned held = 0;
+
+    explicit LiteralTable(unsigned count)
+        : slots(count)
+        , buckets(count / 3 + 1, ~0u) {
+        ThreadFreeSlots(0);
+    }
+
+    // -1, or the value that was there.
+    int Put(const std::u16string& key, int value, int length) {
+        unsigned* link = &buckets[Bucket(key)];
+        for (; *link != ~0u; link = &slots[*link].next) {
+            Slot& slot = slots[*link];
+            if (slot.length == length && slot.text.substr(0, key.size()) == key &&
+                (length != -1 || slot.text == key)) {
+                return std::exchange(slot.value, value);
+            }
+        }
+        if (held == slots.size()) {
+            free = static_cast<unsigned>(slots.size());
+            slots.resize(slots.size() + std::max<std::size_t>(slots.size() / 3, 20), {u"", -1, ~0u, 0});
+            ThreadFreeSlots(free);
+            link = &buckets[Bucket(key)]; // the slots have moved
+            while (*link != ~0u) {
+                link = &slots[*link].next;
+            }
+        }
+        const unsigned at = free;
+        *link = at;
+        free = slots[at].next;
+        ++held;
+        // A key with a length is written over what was there and gets no end of its own.
+        const std::u16string tail =
+            length != -1 && slots[at].text.size() > key.size() ? slots[at].text.substr(key.size()) : u"";
+        slots[at] = {key + tail, value, ~0u, length};
+        return -1;
+    }
+    int Get(const std::u16string& key, int length) const {
+        for (unsigned at = buckets[Bucket(key)]; at != ~0u; at = slots[at].next) {
+            if (slots[at].length == length && slots[at].text.substr(0, key.size()) == key &&
+                (length != -1 || slots[at].text == key)) {
+                return slots[at].value;
+            }
+        }
+        return -1;
+    }
+    int Delete(const std::u16string& key) {
+        for (unsigned* link = &buckets[Bucket(key)]; *link != ~0u; link = &slots[*link].next) {
+            const unsigned at = *link;
+            if (slots[at].text == key) {
+                *link = slots[at].next;
+                slots[at].next = std::exchange(free, at);
+                slots[at].value = -1;
+                --held;
+                return 0;
+            }
+        }
+        return -1402;
+    }
+    // Whether the table shows the same everywhere.
+    testing::AssertionResult IsShownBy(const OpenHash& table) const {
+        if (table.length() != held || table.maxlength() != slots.size() || table.m_nLliure != free) {
+            return testing::AssertionFailure() << "counts";
+        }
+        for (std::size_t i = 0; i < buckets.size(); ++i) {
+            if (table.m_pBuckets[i] != buckets[i]) {
+                return testing::AssertionFailure() << "bucket " << i;
+            }
+        }
+        for (std::size_t i = 0; i < slots.size(); ++i) {
+            const OpenHash::ENTRADA& entry = table.m_pEntrades[i];
+            const auto* item = static_cast<const LiveItem*>(entry.pItem);
+            const std::u16string text = slots[i].value == -1 ? u"" : slots[i].text;
+            if ((item ? item->Value() : -1) != slots[i].value || entry.nSeguent != slots[i].next ||
+                entry.nLen != slots[i].length || entry.szClau != text) {
+                return testing::AssertionFailure() << "slot " << i;
+            }
+        }
+        return testing::AssertionSuccess();
+    }
+
+private:
+    unsigned Bucket(const std::u16string& key) const {
+        return std::accumulate(key.begin(), key.end(), 0u) % static_cast<unsigned>(buckets.size());
+    }
+    void ThreadFreeSlots(unsigned first) {
+        for (auto i = first; i < slots.size(); ++i) {
+            slots[i].next = i + 1 < slots.size() ? i + 1 : ~0u;
+        }
+    }
+};
+
+// Short keys with lengths, keys of every length that differ at either end only, and keys of two-unit
+// characters, in few buckets and in many.
+TEST_F(THashTest, RandomOperationsShowWhatTheLiteralTableShows) {
+    struct Key {
+        std::wstring text;
+        std::u16string units;
+        int length;
+    };
+    std::vector<Key> keys;
+    const auto add = [&keys](const std::wstring& text, int length) {
+        std::u16string units;
+        for (const wchar_t character : text) {
+            const auto code = static_cast<char32_t>(character);
+            if (code > 0xFFFF) {
+                units += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
+                units += static_cast<char16_t>(0xDC00 + ((code - 0x10000) & 0x3FF));
+            } else {
+                units += static_cast<char16_t>(code);
+            }
+        }
+        keys.push_back({text, units, length});
+    };
+    for (int i = 0; i < 81; ++i) { // of four letters: what a slot held before them is longer, or nothing
+        std::wstring text;
+        for (int rest = i; text.size() < 4; rest /= 3) {
+            text += static_cast<wchar_t>(L'a' + rest % 3);
+        }
+        add(text, 4);
+        add(text, -1);
+    }
+    for (unsigned length = 4; length <= 261; length += length < 40 ? 1 : length < 120 ? 20 : 1) {
+        const std::wstring middle(length - 2, L'm');
+        add(L"a" + middle + L"x", -1);
+        add(L"a" + middle + L"y", -1);
+        add(L"b" + middle + L"x", -1);
+    }
+    for (int i = 0; i < 40; ++i) {
+        add(L"\U0001F600" + std::to_wstring(1000 + i) + L"\U0001F601", -1);
+    }
+    for (const unsigned room : {10u, 400u}) {
+        OpenHash shown;
+        ASSERT_EQ(shown.init(room), 0);
+        LiteralTable literal(room);
+        unsigned random = room;
+        const auto next = [&random] { return (random = random * 1664525u + 1013904223u) >> 8; };
+        for (int step = 0; step < 20000; ++step) {
+            const Key& key = keys[next() % keys.size()];
+            const wchar_t* text = key.text.c_str();
+            // Runs of mostly insertions and of mostly deletions take turns.
+            const unsigned choice = next() % 8 + (step / 2000 % 2 ? 3 : 0);
+            if (choice < 4) {
+                literal.Put(key.units, step, key.length);
+                ASSERT_EQ(shown.put(new LiveItem(step), text, key.length), 0);
+            } else if (choice < 5) {
+                TItem* old = nullptr;
+                ASSERT_EQ(shown.change(new LiveItem(step), text, old, key.length), 0);
+                ASSERT_EQ(old ? static_cast<LiveItem*>(old)->Value() : -1,
+                          literal.Put(key.units, step, key.length));
+                delete old;
+            } else if (choice < 6) {
+                const auto* item = static_cast<LiveItem*>(shown.get(text, key.length));
+                ASSERT_EQ(item ? item->Value() : -1, literal.Get(key.units, key.length)) << step;
+            } else {
+                ASSERT_EQ(shown.del(text, key.length), literal.Delete(key.units)) << step;
+            }
+            if (step % 250 == 0) {
+                ASSERT_TRUE(literal.IsShownBy(shown)) << step;
+            }
+        }
+        EXPECT_TRUE(literal.IsShownBy(shown));
+    }
+}
+
+TEST_F(THashTest, KeysInMemoryOfJustTheirSizeAreNotReadBeyond) {
+    for (int count = 0; count <= 261; ++count) {
+        const std::unique_ptr<wchar_t[]> text(new wchar_t[count]);
+        std::fill_n(text.get(), count, L'k');
+        ASSERT_EQ(table.put(new LiveItem(count), text.get(), count), 0);
+        const std::unique_ptr<wchar_t[]> ended(new wchar_t[count + 1]);
+        std::fill_n(ended.get(), count, L'k');
+        ended[count] = 0;
+        ASSERT_EQ(table.put(new LiveItem(1000 + count), ended.get()), 0);
+    }
+    for (int count = 0; count <= 261; ++count) {
+        EXPECT_EQ(Get(std::wstring(count, L'k'), count), count);
+        EXPECT_EQ(Get(std::wstring(count, L'k')), 1000 + count);
+    }
+}
+
+// A shallow copy finds through the same index, also when that came into being later.
+TEST_F(THashTest, ShallowCopySharesTheIndex) {
+    alignas(THash) unsigned char room[sizeof(OpenHash)];
+    ASSERT_EQ(table.Ampliar(500), 0);
+    auto* copy = new (room) OpenHash(table); // never destroyed: the storage has one owner
+    for (int i = 0; i < 400; ++i) {
+        ASSERT_EQ(Put(L"k" + std::to_wstring(i), i), 0);
+    }
+    for (int i = 0; i < 400; ++i) {
+        EXPECT_EQ(copy->get((L"k" + std::to_wstring(i)).c_str()),
+                  table.get((L"k" + std::to_wstring(i)).c_str()));
+    }
+    for (int i = 0; i < 400; i += 2) {
+        ASSERT_EQ(table.del((L"k" + std::to_wstring(i)).c_str()), 0);
+    }
+    for (int i = 0; i < 400; ++i) {
+        EXPECT_EQ(copy->get((L"k" + std::to_wstring(i)).c_str()) != nullptr, i % 2 == 1);
+    }
+}
+
 TEST_F(THashTest, KeysWithLengthsSurviveLongChains) {
     for (int i = 0; i < 400; ++i) {
         const std::wstring text = std::to_wstring(1000 + i);
@@ -548,6 +764,29 @@ TEST_F(THashTest, ShortMemoryForTheIndexChangesNoResult) {
     EXPECT_GT(failure.Failed(), 0);
     for (int i = 0; i < 400; ++i) {
         EXPECT_EQ(Get(L"k" + std::to_wstring(i)), i);
+    }
+}
+
+TEST_F(THashTest, ShortMemoryForAGrowingIndexChangesNoResult) {
+    for (int i = 0; i < 30; ++i) { // there is an index for as many
+        ASSERT_EQ(Put(L"k" + std::to_wstring(i), i), 0);
+    }
+    ASSERT_EQ(table.Ampliar(500), 0);
+    {
+        FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
+        for (int i = 30; i < 400; ++i) {
+            ASSERT_EQ(Put(L"k" + std::to_wstring(i), i), 0);
+        }
+        EXPECT_GT(failure.Failed(), 0);
+    }
+    for (int i = 0; i < 400; ++i) {
+        EXPECT_EQ(Get(L"k" + std::to_wstring(i)), i);
+    }
+    for (int i = 0; i < 400; i += 3) {
+        EXPECT_EQ(table.del((L"k" + std::to_wstring(i)).c_str()), 0);
+    }
+    for (int i = 0; i < 400; ++i) {
+        EXPECT_EQ(Get(L"k" + std::to_wstring(i)), i % 3 == 0 ? -1 : i);
     }
 }
 
