@@ -226,14 +226,18 @@ protected:
 
         unsigned int Home(const TItem* pItem) const;
         Lloc* Find(const TItem* pItem) const;
+        void CloseGap(unsigned int nPlace);
+        // Without memory of its own: afterwards only entries take up places.
+        void DropRemoved();
 
         Lloc* m_pTable;
         unsigned int m_nMask; // places - 1
         unsigned int m_nCount;
+        unsigned int m_nUsed; // places that hold an entry, or the mark of a removed one
         unsigned int m_nShift;
         bool m_bDoubled;
         // As large as the framework's map, so that the fields behind keep their places.
-        [[maybe_unused]] unsigned int m_nReserved[2];
+        [[maybe_unused]] unsigned int m_nReserved;
     };
 
     int m_bPropietari;
@@ -270,6 +274,7 @@ inline TCrossList::CMapaNodes::Lloc* TCrossList::CMapaNodes::Find(const TItem* p
 }
 
 inline TCrossNode* TCrossList::CMapaNodes::Lookup(const TItem* pItem) const {
+    __builtin_prefetch(pItem); // whoever looks for its node mostly has to do with the item, too
     return m_pTable && pItem ? Find(pItem)->pNode : nullptr;
 }
 

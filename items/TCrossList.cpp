@@ -14,6 +14,7 @@
 
 #include "afxtempl.h"
 #include "items/Demolition.h"
+#include "large_pages.h"
 #include "TIndicadorEstat.h"
 
 namespace {
@@ -21,6 +22,10 @@ namespace {
 constexpr int kMissing = -3;
 constexpr int kCancelled = -5;
 constexpr unsigned int kFirstPlacesLog2 = 4;
+
+// Stands in the index for a removed item which searches for others still have to pass.
+alignas(void*) const char removedItem[sizeof(void*)] = {};
+const TItem* const kRemoved = reinterpret_cast<const TItem*>(removedItem);
 
 void Couple(TCrossNode* previous, TCrossNode* next) {
     previous->SetNext(next);
@@ -92,9 +97,10 @@ TCrossList::CMapaNodes::CMapaNodes()
     : m_pTable(nullptr)
     , m_nMask(0)
     , m_nCount(0)
+    , m_nUsed(0)
     , m_nShift(0)
     , m_bDoubled(false)
-    , m_nReserved{} {}
+    , m_nReserved(0) {}
 
 TCrossList::CMapaNodes::~CMapaNodes() {
     std::free(m_pTable);
@@ -102,50 +108,46 @@ TCrossList::CMapaNodes::~CMapaNodes() {
 
 void TCrossList::CMapaNodes::Reserve(unsigned int nMore) {
     const std::size_t places = m_pTable ? std::size_t{m_nMask} + 1 : 0;
+    const auto isEnough = [](std::size_t entries, std::size_t room) { return entries <= room / 4 * 3; };
+    if (isEnough(std::size_t{m_nUsed} + nMore, places)) {
+        return;
+    }
     const std::size_t entries = std::size_t{m_nCount} + nMore;
-    const auto isEnough = [entries](std::size_t room) { return entries <= room / 4 * 3; };
-    if (isEnough(places)) {
+    if (entries <= places / 2) {
+        DropRemoved();
         return;
     }
     unsigned int shift = places ? m_nShift - 1 : 64 - kFirstPlacesLog2;
-    while (!isEnough(std::size_t{1} << (64 - shift))) {
+    while (!isEnough(entries, std::size_t{1} << (64 - shift))) {
         --shift;
     }
     const std::size_t wanted = std::size_t{1} << (64 - shift);
     auto* table = static_cast<Lloc*>(std::calloc(wanted, sizeof(Lloc)));
     if (!table) {
-        AfxThrowMemoryException();
+        if (!isEnough(entries, places)) {
+            AfxThrowMemoryException();
+        }
+        DropRemoved();
+        return;
     }
+    MvPreferLargePages(table, wanted * sizeof(Lloc));
     Lloc* old = m_pTable;
     m_pTable = table;
     m_nMask = static_cast<unsigned int>(wanted - 1);
     m_nShift = shift;
+    m_nUsed = m_nCount;
     for (std::size_t i = 0; i < places; ++i) {
-        if (old[i].pItem) {
+        if (old[i].pItem && old[i].pItem != kRemoved) {
             *Find(old[i].pItem) = old[i];
         }
     }
     std::free(old);
 }
 
-void TCrossList::CMapaNodes::SetAt(const TItem* pItem, TCrossNode* pNode) {
-    Reserve(1);
-    Lloc* place = Find(pItem);
-    m_nCount += place->pItem ? 0 : 1;
-    *place = {pItem, pNode};
-}
-
-void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
-    if (!m_pTable || !pItem) {
-        return;
-    }
-    Lloc* place = Find(pItem);
-    if (!place->pItem) {
-        return;
-    }
-    --m_nCount;
-    // Closes the gap: every entry behind it that would not be found across the gap moves into it.
-    auto gap = static_cast<unsigned int>(place - m_pTable);
+// Empties the place: every entry behind it that would not be found across the gap moves into it. No mark of a
+// removed entry stands there up to the next unused place.
+void TCrossList::CMapaNodes::CloseGap(unsigned int nPlace) {
+    unsigned int gap = nPlace;
     for (unsigned int at = (gap + 1) & m_nMask; m_pTable[at].pItem; at = (at + 1) & m_nMask) {
         const unsigned int home = Home(m_pTable[at].pItem);
         if (((at - home) & m_nMask) >= ((at - gap) & m_nMask)) {
@@ -156,10 +158,51 @@ void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
     m_pTable[gap] = {};
 }
 
+void TCrossList::CMapaNodes::DropRemoved() {
+    unsigned int at = 0;
+    while (m_pTable[at].pItem) {
+        ++at;
+    }
+    for (unsigned int left = m_nMask; left > 0; --left) {
+        at = (at - 1) & m_nMask;
+        if (m_pTable[at].pItem == kRemoved) {
+            CloseGap(at);
+        }
+    }
+    m_nUsed = m_nCount;
+}
+
+void TCrossList::CMapaNodes::SetAt(const TItem* pItem, TCrossNode* pNode) {
+    Reserve(1);
+    Lloc* place = Find(pItem);
+    const unsigned int added = place->pItem ? 0 : 1;
+    m_nCount += added;
+    m_nUsed += added;
+    *place = {pItem, pNode};
+}
+
+// Leaves a mark unless searches would end right behind it. The entries behind stay where they are: to look
+// for one that may move up takes a guess of the processor's, which is often wrong.
+void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
+    if (!m_pTable || !pItem) {
+        return;
+    }
+    Lloc* place = Find(pItem);
+    if (!place->pItem) {
+        return;
+    }
+    const auto at = static_cast<unsigned int>(place - m_pTable);
+    const bool isLast = !m_pTable[(at + 1) & m_nMask].pItem;
+    --m_nCount;
+    m_nUsed -= isLast ? 1 : 0;
+    *place = {isLast ? nullptr : kRemoved, nullptr};
+}
+
 void TCrossList::CMapaNodes::Reset(TCrossNode* pFirst, int nNodes) {
     Reserve(static_cast<unsigned int>(nNodes));
     std::fill_n(m_pTable, std::size_t{m_nMask} + 1, Lloc{});
     m_nCount = 0;
+    m_nUsed = 0;
     for (TCrossNode* node = pFirst; node && nNodes > 0; node = node->GetNext(), --nNodes) {
         // A node without an item stands under its own address, which is no item's.
         const TItem* own = reinterpret_cast<const TItem*>(node);
@@ -176,6 +219,7 @@ void TCrossList::CMapaNodes::DestroyNodes() {
     m_pTable = nullptr;
     m_nMask = 0;
     m_nCount = 0;
+    m_nUsed = 0;
     m_bDoubled = false;
 }
 
@@ -193,6 +237,7 @@ TItem** TCrossList::CMapaNodes::Unload(TCrossNode* pFirst, int nNodes) {
     auto** items = reinterpret_cast<TItem**>(std::exchange(m_pTable, nullptr));
     m_nMask = 0;
     m_nCount = 0;
+    m_nUsed = 0;
     node = pFirst;
     for (int i = 0; i < nNodes; ++i) {
         TCrossNode* next = node->GetNext();

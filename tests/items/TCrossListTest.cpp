@@ -442,6 +442,58 @@ TYPED_TEST(CrossListTest, IndexFollowsManyInsertionsAndRemovals) {
     ASSERT_EQ(static_cast<std::size_t>(this->list.Cnt()), held.size());
 }
 
+// Removed entries leave marks in the index, which go when there is no other room left.
+TYPED_TEST(CrossListTest, IndexOfASteadyListStaysAsItIs) {
+    std::vector<TCrossNode*> held;
+    for (int i = 0; i < 700; ++i) {
+        held.push_back(this->list.InsertLast(new LiveItem(i)));
+    }
+    unsigned random = 5;
+    for (int step = 0; step < 30000; ++step) {
+        random = random * 1664525u + 1013904223u;
+        TCrossNode*& node = held[(random >> 8) % held.size()];
+        const TItem* gone = node->GetItem();
+        this->list.Remove(node);
+        ASSERT_EQ(this->list.GetNode(gone), nullptr);
+        node = this->list.InsertLast(new LiveItem(step));
+        ASSERT_EQ(this->list.GetNode(node->GetItem()), node);
+        ASSERT_EQ(this->list.m_mapItems.GetCount(), 700);
+    }
+    for (TCrossNode* node : held) {
+        ASSERT_EQ(this->list.GetNode(node->GetItem()), node);
+    }
+}
+
+// More entries than before want memory; as many as there were find room where the removed ones stood.
+TYPED_TEST(CrossListTest, PlacesOfRemovedEntriesNeedNoMemory) {
+    for (const int count : {5, 12, 90, 190, 1400}) {
+        TypeParam steady;
+        std::vector<TCrossNode*> held;
+        for (int i = 0; i < count; ++i) {
+            held.push_back(steady.InsertLast(new LiveItem(i)));
+        }
+        std::vector<std::unique_ptr<TItem>> items;
+        std::vector<std::unique_ptr<TCrossNode>> nodes;
+        for (int i = 0; i < 3000; ++i) {
+            items.push_back(std::make_unique<LiveItem>(i));
+            nodes.push_back(std::make_unique<TCrossNode>());
+        }
+        {
+            FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
+            for (int i = 0; i < 3000; ++i) {
+                TCrossNode*& node = held[static_cast<std::size_t>(i * 7 % count)];
+                std::unique_ptr<TCrossNode> out(steady.PullOut(node));
+                node = nodes[static_cast<std::size_t>(i)].release();
+                node->SetItem(items[static_cast<std::size_t>(i)].release());
+                ASSERT_EQ(steady.InsertFirst(node), node);
+            }
+        }
+        for (TCrossNode* node : held) {
+            ASSERT_EQ(steady.GetNode(node->GetItem()), node);
+        }
+    }
+}
+
 TYPED_TEST(CrossListTest, LastNodeInsertedUnderAnItemIsTheOneFound) {
     auto nodes = this->Fill({1, 2});
     TCrossNode twin;
