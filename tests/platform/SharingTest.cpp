@@ -1,11 +1,13 @@
 // Who may open a file beside whom: in one process, and from another.
 #include "child_process.h"
+#include "sharing_rules.h"
 #include "temp_folder.h"
 
 #include <gtest/gtest.h>
 #include <win32.h>
 
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -29,17 +31,6 @@ protected:
 
 constexpr DWORD readWrite = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-// The rule in one line: each must share what the other does. Opening for attributes alone takes no part.
-bool Agree(DWORD firstAccess, DWORD firstShare, DWORD secondAccess, DWORD secondShare) {
-    const auto uses = [](DWORD access) {
-        return (access & GENERIC_READ ? FILE_SHARE_READ : 0) |
-               (access & GENERIC_WRITE ? FILE_SHARE_WRITE : 0) | (access & DELETE ? FILE_SHARE_DELETE : 0);
-    };
-    const DWORD first = static_cast<DWORD>(uses(firstAccess));
-    const DWORD second = static_cast<DWORD>(uses(secondAccess));
-    return first == 0 || second == 0 || ((first & ~secondShare) == 0 && (second & ~firstShare) == 0);
-}
 
 } // namespace
 
@@ -147,6 +138,52 @@ TEST_F(Sharing, OtherProcessMeetsTheOneThatSharesNothing) {
     EXPECT_EQ(Child(GENERIC_READ, shareAll), ERROR_SHARING_VIOLATION);
     EXPECT_EQ(Child(0, 0), 0);
     CloseHandle(only);
+}
+
+TEST_F(Sharing, EveryPairOfWaysToOpenInTwoProcesses) {
+    for (const DWORD access :
+         {DWORD{0}, DWORD{GENERIC_READ}, DWORD{GENERIC_WRITE}, readWrite, DWORD{GENERIC_READ | DELETE}}) {
+        for (DWORD share = 0; share <= shareAll; ++share) {
+            const HANDLE first = Open(access, share);
+            ASSERT_NE(first, INVALID_HANDLE_VALUE);
+            EXPECT_EQ(RunChild({L"pairs", m_path, std::to_wstring(access), std::to_wstring(share)}), 0)
+                << std::hex << access << ' ' << share;
+            CloseHandle(first);
+        }
+    }
+}
+
+TEST_F(Sharing, TwoProcessesThatComeAtOnceAreNeverBothIn) {
+    struct Way {
+        DWORD access;
+        DWORD share;
+    };
+    const Way pairs[][2] = {
+        {{GENERIC_READ, 0}, {GENERIC_READ, 0}},
+        {{GENERIC_READ, 0}, {GENERIC_READ, FILE_SHARE_READ}},
+        {{GENERIC_WRITE, FILE_SHARE_READ}, {GENERIC_READ, FILE_SHARE_READ}},
+        {{readWrite, shareAll}, {GENERIC_READ, FILE_SHARE_READ}},
+        {{readWrite, 0}, {readWrite, shareAll}},
+        {{GENERIC_READ | DELETE, shareAll}, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}},
+    };
+    constexpr int wanted = 300;
+    int number = 0;
+    for (const Way(&pair)[2] : pairs) {
+        const Way& one = pair[0];
+        const Way& two = pair[1];
+        const std::wstring name = std::to_wstring(++number);
+        ASSERT_FALSE(Agree(one.access, one.share, two.access, two.share));
+        int other = -1;
+        std::thread otherProcess([&] {
+            other = RunChild({L"meet", m_path, std::to_wstring(one.access), std::to_wstring(one.share),
+                              std::to_wstring(wanted), L"one" + name, L"two" + name});
+        });
+        const Meetings mine(m_path, two.access, two.share, wanted, L"two" + name, L"one" + name);
+        otherProcess.join();
+        EXPECT_EQ(other, 0);
+        EXPECT_EQ(mine.clashes, 0);
+        EXPECT_GT(mine.entered, 0);
+    }
 }
 
 TEST_F(Sharing, FileHeldByAnotherProcess) {

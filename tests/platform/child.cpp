@@ -1,10 +1,16 @@
 // The second process of the sharing tests: opens a file and tells how that went.
 //   platform_child open FILE ACCESS SHARE DISPOSITION [lock OFFSET SIZE] [stay]
 //   platform_child delete FILE
-// The exit code is the last error, 0 for success. With "stay" the result goes to standard output as one byte,
-// and the process stays until its standard input ends.
+//   platform_child pairs FILE ACCESS SHARE
+//   platform_child meet FILE ACCESS SHARE WANTED NAME OTHER
+// The exit code is the last error, 0 for success; of "pairs" and "meet" (sharing_rules.h) it is the number of
+// surprises and clashes, 250 when "meet" was never in. With "stay" the result goes to standard output as one
+// byte, and the process stays until its standard input ends.
+#include "sharing_rules.h"
+
 #include <win32.h>
 
+#include <algorithm>
 #include <stdlib.h>
 #include <string>
 #include <vector>
@@ -24,6 +30,15 @@ DWORD Number(const char* text) {
 DWORD Work(const std::vector<char*>& words) {
     if (std::string(words.at(0)) == "delete")
         return DeleteFileW(FromUtf8(words.at(1)).c_str()) ? 0 : GetLastError();
+    if (std::string(words.at(0)) == "pairs")
+        return static_cast<DWORD>(
+            CountSurprises(FromUtf8(words.at(1)), Number(words.at(2)), Number(words.at(3))));
+    if (std::string(words.at(0)) == "meet") {
+        const Meetings meetings(FromUtf8(words.at(1)), Number(words.at(2)), Number(words.at(3)),
+                                static_cast<int>(Number(words.at(4))), FromUtf8(words.at(5)),
+                                FromUtf8(words.at(6)));
+        return meetings.entered == 0 ? 250 : static_cast<DWORD>(std::min(meetings.clashes, 200));
+    }
     const HANDLE file = CreateFileW(FromUtf8(words.at(1)).c_str(), Number(words.at(2)), Number(words.at(3)),
                                     nullptr, Number(words.at(4)), 0, nullptr);
     if (file == INVALID_HANDLE_VALUE)
