@@ -181,8 +181,8 @@ void TCrossList::CMapaNodes::SetAt(const TItem* pItem, TCrossNode* pNode) {
     *place = {pItem, pNode};
 }
 
-// Leaves a mark unless searches would end right behind it. The entries behind stay where they are: to look
-// for one that may move up takes a guess of the processor's, which is often wrong.
+// Leaves a mark unless searches would end right behind it. Whether they do is anybody's guess, also the
+// processor's: so it is reckoned with and not branched on, and the entries behind stay where they are.
 void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
     if (!m_pTable || !pItem) {
         return;
@@ -192,10 +192,10 @@ void TCrossList::CMapaNodes::RemoveKey(const TItem* pItem) {
         return;
     }
     const auto at = static_cast<unsigned int>(place - m_pTable);
-    const bool isLast = !m_pTable[(at + 1) & m_nMask].pItem;
+    const std::uintptr_t marks = m_pTable[(at + 1) & m_nMask].pItem ? 1 : 0;
     --m_nCount;
-    m_nUsed -= isLast ? 1 : 0;
-    *place = {isLast ? nullptr : kRemoved, nullptr};
+    m_nUsed -= static_cast<unsigned int>(1 - marks);
+    *place = {reinterpret_cast<const TItem*>(marks * reinterpret_cast<std::uintptr_t>(kRemoved)), nullptr};
 }
 
 void TCrossList::CMapaNodes::Reset(TCrossNode* pFirst, int nNodes) {

@@ -395,13 +395,13 @@ void THash::CopyClau(const wchar_t* szClau, int idx, int nLen) {
     o->bRewritten = true;
 }
 
-// Makes the index anew with room for a key in every slot and more. Without memory for it the table goes on
-// without.
+// Makes the index anew, with room for a key in every slot and for the marks that removed ones leave for a
+// while. Without memory for it the table goes on without.
 void THash::CrearIndex() {
     Ocult* o = ocult();
     const bool isNew = !o->index.Exists();
     const std::size_t keys = std::max(m_nElements, m_nMax);
-    if (!o->index.Create(keys + keys / 64)) {
+    if (!o->index.Create(keys + keys / 16)) {
         o->index.Drop();
         o->bNoIndex = true;
         return;

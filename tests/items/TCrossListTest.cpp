@@ -445,6 +445,7 @@ TYPED_TEST(CrossListTest, IndexFollowsManyInsertionsAndRemovals) {
 // Removed entries leave marks in the index, which go when there is no other room left.
 TYPED_TEST(CrossListTest, IndexOfASteadyListStaysAsItIs) {
     std::vector<TCrossNode*> held;
+    held.reserve(700);
     for (int i = 0; i < 700; ++i) {
         held.push_back(this->list.InsertLast(new LiveItem(i)));
     }
@@ -469,6 +470,7 @@ TYPED_TEST(CrossListTest, PlacesOfRemovedEntriesNeedNoMemory) {
     for (const int count : {5, 12, 90, 190, 1400}) {
         TypeParam steady;
         std::vector<TCrossNode*> held;
+        held.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i) {
             held.push_back(steady.InsertLast(new LiveItem(i)));
         }
