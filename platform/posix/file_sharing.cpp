@@ -5,7 +5,9 @@
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <sys/file.h>
+#include <sys/single_threaded.h>
 #include <time.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -107,6 +109,12 @@ bool forEachRun(unsigned marks, Act act) {
     }
     return true;
 }
+
+std::atomic<bool> g_wasForked{false};
+std::atomic<unsigned> g_copyNumber{0};
+[[maybe_unused]] const int g_watchesForks = ::pthread_atfork(
+    nullptr, [] { g_wasForked.store(true, std::memory_order_relaxed); },
+    [] { g_copyNumber.fetch_add(1, std::memory_order_relaxed); });
 
 bool setLock(int descriptor, short type, off_t start, off_t length) {
     struct flock request = {};
@@ -210,7 +218,16 @@ bool enterUseOutside(int descriptor, bool readable, const SharedUse& use) {
 }
 
 void removeUseOutside(int descriptor) {
-    setLock(descriptor, F_UNLCK, markBase, markCount);
+    setLock(descriptor, F_UNLCK, 0, 0);
+}
+
+bool descriptorsMayBeCopied() {
+    // A single thread that starts a program (posix_spawn, popen) waits until it runs.
+    return !__libc_single_threaded || g_wasForked.load(std::memory_order_relaxed);
+}
+
+unsigned processCopyNumber() {
+    return g_copyNumber.load(std::memory_order_relaxed);
 }
 
 bool wouldClashOutside(int descriptor, const SharedUse& use) {

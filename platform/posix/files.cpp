@@ -20,9 +20,9 @@ DWORD FileObject::closeFile() {
     if (m_descriptor < 0)
         return 0;
     if (m_shared) {
-        // A mapping of the file keeps a copy of the descriptor, and with it the marks of this open: away with
-        // them.
-        if (!m_shared->mappedSizes.empty())
+        // Closing takes the marks and locks of this open down, unless somebody has a copy of the descriptor,
+        // as a mapping of the file has.
+        if ((descriptorsMayBeCopied() || !m_shared->mappedSizes.empty()) && m_openedBy == processCopyNumber())
             removeUseOutside(m_descriptor);
         removeUse(m_shared, &m_use);
         m_shared = nullptr;

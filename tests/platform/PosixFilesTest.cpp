@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -62,6 +63,71 @@ TEST_F(PosixFiles, NextFileKnowsNothingOfTheLocksOfTheLast) {
     EXPECT_TRUE(LockFile(other, 0, 0, 10, 0));
     CloseHandle(owner);
     CloseHandle(other);
+}
+
+TEST_F(PosixFiles, ForkedCopyThatClosesLeavesTheUseToItsParent) {
+    const std::wstring path = m_folder.Write(L"a", "0123456789");
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_TRUE(LockFile(file, 0, 0, 10, 0));
+    for (int copies = 0; copies < 2; ++copies) {
+        const pid_t copy = ::fork();
+        if (copy == 0) {
+            CloseHandle(file);
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(copy, &status, 0), copy);
+        // Another open of the system would have met the locks of the first.
+        const int descriptor = ::open(Native("a").c_str(), O_RDWR | O_CLOEXEC);
+        struct flock range = {};
+        range.l_type = F_WRLCK;
+        range.l_whence = SEEK_SET;
+        ASSERT_EQ(::fcntl(descriptor, F_OFD_GETLK, &range), 0);
+        EXPECT_EQ(range.l_type, F_WRLCK) << "the range";
+        range = {};
+        range.l_type = F_WRLCK;
+        range.l_whence = SEEK_SET;
+        range.l_start = 10;
+        ASSERT_EQ(::fcntl(descriptor, F_OFD_GETLK, &range), 0);
+        EXPECT_EQ(range.l_type, F_RDLCK) << "the marks";
+        ::close(descriptor);
+    }
+    CloseHandle(file);
+}
+
+TEST_F(PosixFiles, UseEndsWithTheHandleThoughAForkedCopyLives) {
+    const std::wstring path = m_folder.Write(L"a", "0123456789");
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_TRUE(LockFile(file, 0, 0, 10, 0));
+    const pid_t copy = ::fork();
+    if (copy == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    CloseHandle(file);
+    const HANDLE again =
+        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_NE(again, INVALID_HANDLE_VALUE) << GetLastError();
+    EXPECT_TRUE(LockFile(again, 0, 0, 10, 0));
+    CloseHandle(again);
+    ::kill(copy, SIGKILL);
+    int status = 0;
+    EXPECT_EQ(::waitpid(copy, &status, 0), copy);
+}
+
+TEST_F(PosixFiles, MappingKeepsNoLocksOfTheClosedFile) {
+    const std::wstring path = m_folder.Write(L"a", "0123456789");
+    const HANDLE file = Open(path);
+    ASSERT_TRUE(LockFile(file, 0, 0, 10, 0));
+    const HANDLE mapping = CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+    ASSERT_NE(mapping, nullptr);
+    CloseHandle(file);
+    const HANDLE again = Open(path);
+    EXPECT_TRUE(LockFile(again, 0, 0, 10, 0));
+    CloseHandle(again);
+    CloseHandle(mapping);
 }
 
 TEST_F(PosixFiles, UnlockOfWhatIsNotLockedGives158) {

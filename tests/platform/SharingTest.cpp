@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <win32.h>
 
+#include <atomic>
 #include <string>
 #include <thread>
 
@@ -166,7 +167,7 @@ TEST_F(Sharing, TwoProcessesThatComeAtOnceAreNeverBothIn) {
         {{readWrite, 0}, {readWrite, shareAll}},
         {{GENERIC_READ | DELETE, shareAll}, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE}},
     };
-    constexpr int wanted = 300;
+    constexpr int wanted = 100;
     int number = 0;
     for (const Way(&pair)[2] : pairs) {
         const Way& one = pair[0];
@@ -184,6 +185,28 @@ TEST_F(Sharing, TwoProcessesThatComeAtOnceAreNeverBothIn) {
         EXPECT_EQ(mine.clashes, 0);
         EXPECT_GT(mine.entered, 0);
     }
+}
+
+TEST_F(Sharing, ClosedFileIsFreeWhileAnotherThreadStartsProcesses) {
+    std::atomic<bool> done{false};
+    std::thread starter([&] {
+        const DWORD start = GetTickCount();
+        while (GetTickCount() - start < 500)
+            RunChild({L"delete", m_folder.Path(L"none")});
+        done = true;
+    });
+    int opened = 0;
+    int refused = 0;
+    while (!done) {
+        const HANDLE file = Open(readWrite, 0);
+        if (file == INVALID_HANDLE_VALUE || !LockFile(file, 0, 0, 10, 0))
+            ++refused;
+        CloseHandle(file);
+        ++opened;
+    }
+    starter.join();
+    EXPECT_GT(opened, 0);
+    EXPECT_EQ(refused, 0);
 }
 
 TEST_F(Sharing, FileHeldByAnotherProcess) {

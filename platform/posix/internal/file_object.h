@@ -24,6 +24,7 @@ public:
     // Set once, before the first handle exists.
     int m_descriptor = -1;
     bool m_ownsDescriptor = true;
+    const unsigned m_openedBy = processCopyNumber();
     bool m_writableDescriptor = false;
     // Streams keep no position of their own: terminals, pipes, and the standard streams whatever they are.
     bool m_stream = false;

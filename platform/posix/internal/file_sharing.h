@@ -58,9 +58,16 @@ void removeUse(SharedFile* file, const SharedUse* use);
 // Whether a use (deleting, renaming) by no handle of its own would clash.
 bool wouldClash(const struct stat& status, SharedUse use);
 
-// The same between processes, on the opened file.
+// The same between processes, on the opened file. Taking an open out takes its range locks, too. When its
+// last descriptor is closed that happens by itself.
 bool enterUseOutside(int descriptor, bool readable, const SharedUse& use);
 void removeUseOutside(int descriptor);
+// Whether another process may have copies of this one's descriptors, so that closing one does not end what it
+// stands for: a process that is being started has them until it runs its program.
+bool descriptorsMayBeCopied();
+// Differs between a process and a forked copy of it that goes on by itself, which has no business with what
+// its parent opened.
+unsigned processCopyNumber();
 bool wouldClashOutside(int descriptor, const SharedUse& use);
 
 // Range locks. `descriptor` also puts the lock up for other processes; its mode limits that to what the
