@@ -274,7 +274,6 @@ inline TCrossList::CMapaNodes::Lloc* TCrossList::CMapaNodes::Find(const TItem* p
 }
 
 inline TCrossNode* TCrossList::CMapaNodes::Lookup(const TItem* pItem) const {
-    __builtin_prefetch(pItem); // whoever looks for its node mostly has to do with the item, too
     return m_pTable && pItem ? Find(pItem)->pNode : nullptr;
 }
 
