@@ -165,7 +165,7 @@ void StackOurs(benchmark::State& state) {
         for (const auto& item : items)
             stack.push(item.get());
         while (stack.EsBuida() == 0)
-            Keep(stack.poptop());
+            KeepValue(stack.poptop());
     }
     Rate(state);
 }
@@ -178,7 +178,7 @@ void StackPeer(benchmark::State& state) {
         for (const auto& item : items)
             stack.push_back(item.get());
         while (!stack.empty()) {
-            Keep(stack.back());
+            KeepValue(stack.back());
             stack.pop_back();
         }
     }
@@ -192,7 +192,7 @@ void StackPtrArray(benchmark::State& state) {
         for (const auto& item : items)
             g_ptr_array_add(stack, item.get());
         for (guint left = static_cast<GPtrArray*>(stack)->len; left > 0; --left)
-            Keep(g_ptr_array_remove_index(stack, left - 1));
+            KeepValue(g_ptr_array_remove_index(stack, left - 1));
     }
     Rate(state);
 }

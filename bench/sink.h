@@ -6,3 +6,10 @@ template <class T>
 inline void Keep(const T& value) {
     asm volatile("" : : "r"(&value) : "memory");
 }
+
+// The same for a number or pointer, without a look at memory: what the compiler has in registers may stay
+// there from one call to the next.
+template <class T>
+inline void KeepValue(T value) {
+    asm volatile("" : : "r"(value));
+}
