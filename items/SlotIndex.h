@@ -47,8 +47,8 @@ private:
     using Bits = unsigned int; // one per place of a group
 
     static constexpr std::size_t GROUP = 16;
-    static constexpr unsigned char UNUSED = 0; // no entry since the index was made: searches end here
-    static constexpr unsigned char REMOVED = 1;
+    static constexpr unsigned char UNUSED = 0;  // no search goes beyond its group
+    static constexpr unsigned char REMOVED = 1; // searches may have to go on
 
     // The group of a hash is told by its low bits, the tag by its high ones.
     static unsigned char Tag(std::uint32_t hash) {

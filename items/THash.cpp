@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr unsigned int kNone = ~0u;
+constexpr unsigned int kNone = mvlib::SlotIndex::NONE;
 constexpr int kAbsent = -1402;
 constexpr unsigned int kKeyUnits = 261; // what a slot keeps of a key, the terminator apart
 constexpr unsigned int kFew = 16; // with so many keys, chains are walked; more bring the index into being

@@ -19,6 +19,9 @@ namespace {
 
 class PosixFiles : public testing::Test {
 protected:
+    static HANDLE OpenAlone(const std::wstring& path) {
+        return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    }
     HANDLE Open(const std::wstring& path, DWORD access = GENERIC_READ | GENERIC_WRITE,
                 DWORD disposition = OPEN_EXISTING) {
         return CreateFileW(path.c_str(), access, 7, nullptr, disposition, 0, nullptr);
@@ -67,8 +70,7 @@ TEST_F(PosixFiles, NextFileKnowsNothingOfTheLocksOfTheLast) {
 
 TEST_F(PosixFiles, ForkedCopyThatClosesLeavesTheUseToItsParent) {
     const std::wstring path = m_folder.Write(L"a", "0123456789");
-    const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file = OpenAlone(path);
     ASSERT_TRUE(LockFile(file, 0, 0, 10, 0));
     for (int copies = 0; copies < 2; ++copies) {
         const pid_t copy = ::fork();
@@ -98,8 +100,7 @@ TEST_F(PosixFiles, ForkedCopyThatClosesLeavesTheUseToItsParent) {
 
 TEST_F(PosixFiles, UseEndsWithTheHandleThoughAForkedCopyLives) {
     const std::wstring path = m_folder.Write(L"a", "0123456789");
-    const HANDLE file =
-        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file = OpenAlone(path);
     ASSERT_TRUE(LockFile(file, 0, 0, 10, 0));
     const pid_t copy = ::fork();
     if (copy == 0) {
@@ -107,8 +108,7 @@ TEST_F(PosixFiles, UseEndsWithTheHandleThoughAForkedCopyLives) {
         ::_exit(0);
     }
     CloseHandle(file);
-    const HANDLE again =
-        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE again = OpenAlone(path);
     EXPECT_NE(again, INVALID_HANDLE_VALUE) << GetLastError();
     EXPECT_TRUE(LockFile(again, 0, 0, 10, 0));
     CloseHandle(again);
