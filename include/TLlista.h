@@ -152,7 +152,7 @@ protected:
 
     int m_bPropietari; // not 0: the destructor destroys the items
     int m_nCapacitat;  // slots allocated
-    int m_nIncrement;  // step of growth, 16 to 16384
+    int m_nIncrement;  // step of growth, a power of two from 16 to 16384
     int m_nElements;   // entries
     int m_nActual;     // cursor
     TItem** m_ppItems; // the slots; null without storage; those beyond the entries are null
@@ -198,8 +198,7 @@ inline int TLlista::Afegir(TItem* p) {
 // Whether `pos` is the last entry, others are left, and no storage is to be given back for it. (It would be
 // once no entry lies behind the last multiple of the step below the capacity; steps are powers of two.)
 inline bool TLlista::esDarrera(int pos) const {
-    return pos == m_nElements - 1 && pos > 0 && (m_nIncrement & (m_nIncrement - 1)) == 0 &&
-           pos >= ((m_nCapacitat - 1) & -m_nIncrement);
+    return pos == m_nElements - 1 && pos > 0 && pos >= ((m_nCapacitat - 1) & -m_nIncrement);
 }
 
 inline TItem* TLlista::extreureDarrera() {

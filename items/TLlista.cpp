@@ -31,11 +31,14 @@ constexpr int CANCELLED = -5;
 
 constexpr std::int64_t MOST_ENTRIES = std::min<std::int64_t>(INT32_MAX, mvlib::MOST_SLOTS);
 
-// The slots that are really allocated for a capacity: small arrays go by powers of two, so that few of the
-// steps in which lists grow and shrink have to ask for other memory.
+// The slots that are really allocated for a capacity: by powers of two, and by eighths of one where those get
+// large, so that few of the steps in which lists grow and shrink have to ask for other memory.
 std::int64_t Allocated(std::int64_t capacity) {
-    return capacity <= 16384 ? static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(capacity)))
-                             : capacity;
+    const auto power = static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(capacity)));
+    if (capacity <= 1 << 20)
+        return power;
+    const std::int64_t grain = power / 16;
+    return std::min((capacity + grain - 1) / grain * grain, MOST_ENTRIES);
 }
 
 TItem** Resize(TItem** slots, std::int64_t from, std::int64_t to) {
