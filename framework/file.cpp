@@ -52,6 +52,16 @@ CTime toTime(const FILETIME& time) {
     return time.dwLowDateTime == 0 && time.dwHighDateTime == 0 ? CTime() : CTime(time);
 }
 
+// From either of the records in which the system answers.
+template <class Information>
+void setTimesAndSize(CFileStatus& rStatus, const Information& information) {
+    rStatus.m_ctime = toTime(information.ftCreationTime);
+    rStatus.m_mtime = toTime(information.ftLastWriteTime);
+    rStatus.m_atime = toTime(information.ftLastAccessTime);
+    rStatus.m_size = static_cast<ULONGLONG>(information.nFileSizeHigh) << 32 | information.nFileSizeLow;
+    rStatus.m_attribute = information.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);
+}
+
 } // namespace
 
 CFile::CFile()
@@ -299,11 +309,7 @@ BOOL CFile::GetStatus(CFileStatus& rStatus) const {
     BY_HANDLE_FILE_INFORMATION information;
     if (!GetFileInformationByHandle(m_hFile, &information))
         return FALSE;
-    rStatus.m_ctime = toTime(information.ftCreationTime);
-    rStatus.m_mtime = toTime(information.ftLastWriteTime);
-    rStatus.m_atime = toTime(information.ftLastAccessTime);
-    rStatus.m_size = static_cast<ULONGLONG>(information.nFileSizeHigh) << 32 | information.nFileSizeLow;
-    rStatus.m_attribute = information.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);
+    setTimesAndSize(rStatus, information);
     return TRUE;
 }
 
@@ -313,11 +319,7 @@ BOOL CFile::GetStatus(LPCTSTR lpszFileName, CFileStatus& rStatus) {
     if (lpszFileName == nullptr || !GetFileAttributesExW(lpszFileName, GetFileExInfoStandard, &data) ||
         !setFullName(rStatus, fullPath(lpszFileName)))
         return FALSE;
-    rStatus.m_ctime = toTime(data.ftCreationTime);
-    rStatus.m_mtime = toTime(data.ftLastWriteTime);
-    rStatus.m_atime = toTime(data.ftLastAccessTime);
-    rStatus.m_size = static_cast<ULONGLONG>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
-    rStatus.m_attribute = data.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);
+    setTimesAndSize(rStatus, data);
     return TRUE;
 }
 
