@@ -307,7 +307,8 @@ public:
     // The text itself, null when there is none. It stays the item's, until the text is replaced.
     wchar_t* Agafar() const { return m_pszText; }
     operator wchar_t*() const { return m_pszText; }
-    // 1 when the texts are equal, else 0. An item without text equals another without.
+    // 1 when the texts are equal code unit for code unit, else 0: whether Comparar would be 0. An item
+    // without text equals another without.
     int operator==(const TItemString& altre) const;
 
 protected:

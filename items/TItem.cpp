@@ -254,5 +254,5 @@ void TItemString::Insertar(const wchar_t* psz) {
 int TItemString::operator==(const TItemString& altre) const {
     if (m_pszText == nullptr || altre.m_pszText == nullptr)
         return m_pszText == altre.m_pszText ? 1 : 0;
-    return std::wcscmp(m_pszText, altre.m_pszText) == 0 ? 1 : 0;
+    return mvlib::CompareUtf16(m_pszText, altre.m_pszText) == 0 ? 1 : 0;
 }

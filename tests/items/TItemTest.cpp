@@ -505,6 +505,16 @@ TEST(TItemString, CloneOfAnItemWithoutTextHasNone) {
     delete clone;
 }
 
+// As the order does, equality takes a text as code units: a pair of surrogates and the character that they
+// stand for are the same, whatever the target's wide characters are.
+TEST(TItemString, EqualityAgreesWithTheOrder) {
+    const TItemString character(L"x\U0001F600");
+    const TItemString pair(L"x\xD83D\xDE00");
+    EXPECT_EQ(character.Comparar(&pair), 0);
+    EXPECT_EQ(character.operator==(pair), 1);
+    EXPECT_EQ(pair.operator==(character), 1);
+}
+
 // Kept: reference copies share the text. The memory of the copies goes without their destructor: one owner
 // frees it.
 TEST(TItemString, CopyFromAReferenceSharesTheText) {
@@ -516,9 +526,11 @@ TEST(TItemString, CopyFromAReferenceSharesTheText) {
 
 TEST(TItemString, AssignmentSharesTheTextToo) {
     TItemString item(L"abc");
-    auto* target = new TItemString;
+    auto* target = new TItemString(L"old");
+    const TItemString keeper(*target);
     *target = item;
     EXPECT_EQ(target->Agafar(), item.Agafar());
+    EXPECT_STREQ(keeper.Agafar(), L"old"); // forgotten by the target, not freed
     mvlib::FreeItem(target, sizeof(TItemString));
 }
 
