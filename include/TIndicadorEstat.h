@@ -65,7 +65,8 @@ public:
 
     // A running, uncancelled indicator at position 0.0 with an empty message, no timer and the one range
     // (0.0, 1.0). `pfnCallback` may be null. If the system refuses the lock it throws: CMemoryException* when
-    // memory is short, else COleException* with the system's error as its code.
+    // memory is short, else COleException* with the system's error (0x80070000 plus its number) as its code.
+    // If it refuses the event, CResourceException*.
     explicit TIndicadorEstat(PFNCALLBACK pfnCallback = nullptr, unsigned long dwUserData = 0);
     TIndicadorEstat(const TIndicadorEstat&) = delete;
     TIndicadorEstat& operator=(const TIndicadorEstat&) = delete;
@@ -135,7 +136,7 @@ public:
     // Prepares the indicator for a new operation (worker only): empty message, running, not cancelled,
     // position 0.0, the one range (0.0, 1.0), timer restarted if it is enabled. It shows 0.0 through the
     // virtual MostrarEstat while the lock is held and before the cancel flag is cleared, so that call still
-    // sees an old cancel.
+    // sees an old cancel. It needs no memory unless the stack is empty.
     virtual void Init();
     // Cancels, for good until Init, and ends a pause.
     virtual void Cancelar();

@@ -177,8 +177,10 @@ void TIndicadorEstat::Init() {
     MostrarEstat(0.0);
     m_bCancelat.store(FALSE, std::memory_order_release);
     m_dEstat.store(0.0, std::memory_order_release);
-    m_llistaRangs.RemoveAll();
-    pushRang(0.0, 1.0);
+    // The first range is kept and overwritten, which needs no memory: Init does not fail halfway.
+    while (m_llistaRangs.GetCount() > 1)
+        m_llistaRangs.RemoveTail();
+    SetRang(0.0, 1.0);
     delete m_pdwIniciTimer;
     m_pdwIniciTimer = nullptr;
     if (m_bTimerActiu)

@@ -741,6 +741,21 @@ TEST_F(TIndicadorEstatTest, MessageWithoutMemoryThrowsAndKeepsTheOldOne) {
     EXPECT_EQ(indicator.GetMissatge(), L"new");
 }
 
+TEST_F(TIndicadorEstatTest, InitNeedsNoMemory) {
+    indicator.SetMissatge(L"old");
+    indicator.SetRangPosicioRel(1, 4);
+    indicator.Cancelar();
+    {
+        FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
+        EXPECT_NO_THROW(indicator.Init());
+    }
+    EXPECT_EQ(indicator.GetMissatge(), L"");
+    EXPECT_EQ(indicator.TestCancel(), 0);
+    EXPECT_EQ(indicator.Ranges(), (std::vector<double>{0.0, 1.0}));
+    EXPECT_EQ(indicator.MostrarEstatRel(0.5), 1);
+    EXPECT_EQ(indicator.GetEstat(), 0.5);
+}
+
 namespace {
 
 DWORD g_criticalSectionError = 0;
