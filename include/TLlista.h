@@ -14,8 +14,9 @@
 //
 // Copies. Made from a pointer, or by Duplicar, a list is a deep copy. The copy constructor from a reference
 // and the assignment copy the fields as they stand, so that both lists share one array (kept): an assignment
-// forgets the target's own array, and before the second of the two lists is destroyed, one must be emptied
-// with Init.
+// forgets the target's own array. While they share it only its entries may be exchanged (Canviar): a list
+// that grows or shrinks frees what the other one holds. Before the second of the two is changed or destroyed,
+// one must be emptied with Init.
 //
 // Results: 0 done; -1 no memory; -3 there is no entry at that position; -5 stopped by the status indicator.
 // Positions count from 0. The plain accessors do not check them: one outside the list is the caller's
@@ -37,11 +38,11 @@
 class TIndicadorEstat;
 
 // Orders two items for TLlista::Ordenar: below 0 when `a` goes before `b`, 0 when they are equivalent, above
-// 0 otherwise. `lUser` is what the caller of Ordenar gave. It must not change the list.
+// 0 otherwise. `lUser` is what the caller of Ordenar gave. Not null; it must not change the list.
 typedef int(__stdcall* PFN_COMPARARITEMS)(const TItem* a, const TItem* b, long lUser);
 
 // Visits one entry for TLlista::Recorrer: the item (null for a null entry), its index, and what the caller
-// gave. A negative result stops the visit.
+// gave. A negative result stops the visit. Not null; it may change the list, see Recorrer.
 typedef int(__stdcall* PFN_VISITARITEM)(TItem* item, int nIndex, long lUser);
 
 class MVLIB_API TLlista : public TItem {
@@ -94,20 +95,21 @@ public:
     // Reverses the order; the cursor stays where it is. Always 0.
     virtual int Invertir();
     // Sorts by insertion, stably, in a number of comparisons that grows with the square of the count. Reports
-    // the part done (0 to 1) after each entry placed; `pIE` may be null. 0; -1 when there is no memory for
+    // the part done (0 to 1) after each entry placed; `pIE` may be null, and what it calls must not change
+    // the list. 0; -1 when there is no memory for
     // the temporary order; -5 when the indicator answers stop. The list is unchanged unless the result is 0.
     // The cursor stays where it is.
     virtual int Ordenar(PFN_COMPARARITEMS cmp, long lUser, TIndicadorEstat* pIE);
-    // Inserts clones of the entries of `pOrigen`, which is unchanged. A negative `pos` appends; so does one
-    // at or beyond the end. Elsewhere room is made by a pass that runs upwards and stops at Cnt() - pos, so
-    // that entries of this list are overwritten and lost without being destroyed (kept: append, or use
-    // Fusionar). 0; -1 when the storage cannot grow (nothing changed) or when a clone comes back null: the
-    // count is then unchanged, the clones that no entry holds are destroyed, and what the pass has moved
-    // stays moved.
+    // Inserts clones of the entries of `pOrigen` (null: of none), which is unchanged. A negative `pos`
+    // appends; so does one at or beyond the end. Elsewhere room is made by a pass that runs upwards and stops
+    // at Cnt() - pos, so that entries of this list are overwritten and lost without being destroyed (kept:
+    // append, or use Fusionar). 0; -1 when the storage cannot grow (nothing changed) or when a clone comes
+    // back null: the count is then unchanged, the clones that no entry holds are destroyed, and what the pass
+    // has moved stays moved.
     virtual int Concatenar(const TLlista* pOrigen, int pos);
     // Moves all entries of `pOrigen` before `pos` (at the end when it is negative or beyond the end) and
-    // leaves `pOrigen` empty, without storage. 0, or -1 with both lists unchanged. Merging a list into itself
-    // does nothing.
+    // leaves `pOrigen` empty, without storage. 0, or -1 with both lists unchanged. A null `pOrigen`, one
+    // without entries and the list itself change nothing.
     virtual int Fusionar(TLlista* pOrigen, int pos);
 
     // Forgets the storage without freeing it: empty, capacity 0, cursor 0. The ownership flag stays.
@@ -222,7 +224,8 @@ inline int TLlista::Eliminar(int pos) {
 }
 
 // A list in the order of the items' Comparar. Only Afegir keeps the order; everything inherited puts entries
-// where it is told. Searching calls Comparar of the item looked for with the entries; null sorts before all.
+// where it is told. Searching calls Comparar of the item looked for with the entries. Null sorts before all
+// and equals null, so that CreaBuida of a list without repeats leaves one null entry.
 class MVLIB_API TLlistaOrdenada : public TLlista {
     MVLIB_POOLED_ITEM
 public:
@@ -346,7 +349,7 @@ public:
     int push(TItem* p) override;
 
     int GetTamany() const { return m_nTamany; }
-    // Sets the limit and destroys the oldest items beyond it; the cursor then is at the front.
+    // Sets the limit and destroys the oldest items beyond it; the cursor is at the front if there were any.
     void SetTamany(int n);
 
 protected:

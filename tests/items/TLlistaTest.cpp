@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <functional>
 #include <random>
 #include <utility>
@@ -204,6 +205,46 @@ TEST_F(TLlistaTest, StepEndsAtItsLimit) {
     EXPECT_EQ(list.m_nCapacitat, 0);
     EXPECT_EQ(list.m_nIncrement, 16);
     EXPECT_EQ(list.m_ppItems, nullptr);
+}
+
+// What is really allocated takes greater steps; neither the rule nor an entry shows it.
+TEST_F(TLlistaTest, LargeArraysFollowTheRuleToo) {
+    constexpr int COUNT = 2300000;
+    static_assert(COUNT > 2 << 20);
+    // Stands for item `i`; nobody looks into it.
+    const auto stand = [](int i) {
+        return reinterpret_cast<TItem*>((static_cast<std::uintptr_t>(i) + 1) * 8);
+    };
+    List list;
+    Model model;
+    list.m_bPropietari = 0;
+    for (int i = 0; i < COUNT; ++i) {
+        model.Grow(i, 1);
+        ASSERT_EQ(list.Afegir(stand(i)), 0);
+        ASSERT_EQ(list.m_nCapacitat, model.capacity);
+    }
+    for (int i = COUNT; i < list.m_nCapacitat; ++i)
+        ASSERT_EQ(list.m_ppItems[i], nullptr);
+    for (int i = COUNT - 1; i >= 0; --i) {
+        ASSERT_EQ(list.Treure(i), stand(i));
+        model.Shrink(i);
+        ASSERT_EQ(list.m_nCapacitat, model.capacity);
+        ASSERT_EQ(list.m_nIncrement, model.step);
+    }
+    EXPECT_EQ(list.m_ppItems, nullptr);
+}
+
+TEST_F(TLlistaTest, LargeArrayMadeAtOnceHasAllItsSlots) {
+    List list;
+    for (int wanted : {(1 << 20) - 20, 40, (1 << 20) + 3}) {
+        Model model{list.m_nCapacitat, list.m_nIncrement};
+        model.Grow(list.Cnt(), wanted);
+        ASSERT_EQ(list.CreaBuida(wanted), 0);
+        EXPECT_EQ(list.m_nCapacitat, model.capacity);
+        EXPECT_EQ(list.m_nIncrement, model.step);
+        for (int i = 0; i < list.m_nCapacitat; ++i)
+            ASSERT_EQ(std::exchange(list.m_ppItems[i], nullptr), nullptr);
+    }
 }
 
 TEST_F(TLlistaTest, DestructorDestroysFromTheLastToTheFirst) {
@@ -814,6 +855,19 @@ TEST_F(TLlistaTest, ConcatenarWithItselfAppendsItsClones) {
     Fill(list, {1, 2});
     EXPECT_EQ(list.Concatenar(&list, -1), 0);
     EXPECT_EQ(Values(list), (Ints{1, 2, 1, 2}));
+}
+
+// Kept: what the pass upwards has left where the entries were is what gets cloned.
+TEST_F(TLlistaTest, ConcatenarWithItselfInsideClonesWhatThePassHasLeft) {
+    List list;
+    Fill(list, {1, 2});
+    EXPECT_EQ(list.Concatenar(&list, 0), 0);
+    EXPECT_EQ(Values(list), (Ints{NOTHING, NOTHING, 1, 2}));
+
+    const TItem* overwritten = list.GetItem(3);
+    EXPECT_EQ(list.Concatenar(&list, 3), 0);
+    EXPECT_EQ(Values(list), (Ints{NOTHING, NOTHING, 1, NOTHING, NOTHING, 1, NOTHING, NOTHING}));
+    delete overwritten;
 }
 
 TEST_F(TLlistaTest, ConcatenarStopsAtACloneThatFails) {
