@@ -22,8 +22,8 @@ class MVLIB_API CStringLastError : public CString {
 public:
     // The error `dwError`; all ones (-1, also as 0xFFFFFFFF) stands for the calling thread's last error.
     // Kept: the text is looked up for the argument, so that without an argument the number is stored and the
-    // text is empty. CLastError::GetText always has a text. A text of more than 512 characters counts as
-    // none.
+    // text is empty. CLastError::GetText looks up the stored number. A text of more than 512 characters
+    // counts as none.
     CStringLastError(unsigned long dwError = static_cast<unsigned long>(-1));
 
     DWORD m_dwError;
@@ -54,5 +54,6 @@ MVLIB_API CString AfxGetMsgErrorSistema(unsigned long dwError);
 // used.
 MVLIB_API int REPORT_SYSTEM_ERROR(const wchar_t* pszText, const wchar_t* pszText2, unsigned int nStyle);
 
-// Formats with printf rules (`%s` is a wide string) and sends the result to the debugger's output.
+// Formats with printf rules (`%s` is a wide string) and sends the result to the debugger's output. A null
+// format counts as an empty one.
 MVLIB_API void AfxFormatDebugString(const wchar_t* pszFormat, ...);

@@ -37,9 +37,10 @@ public:
 
     // Writes "Exception <code> (<kind>) in module [<module>]: <message>." in the library's current language;
     // without a message the part from the colon on is left out. The kind is a text for codes -1 and -2 and
-    // "?" for all others. Always answers 1 (with a null buffer nothing is written). `nMaxError` and
-    // `pnHelpContext` are not looked at: the buffer must hold 1,024 characters, and a longer text is cut to
-    // 1,023. Without memory to put the text together it is "Exception <code>", in no language.
+    // "?" for all others. In a language whose texts are not loaded the text is empty. Always answers 1 (with
+    // a null buffer nothing is written). `nMaxError` and `pnHelpContext` are not looked at: the buffer must
+    // hold 1,024 characters, and a longer text is cut to 1,023. Without memory to put the text together it is
+    // "Exception <code>", in no language.
     BOOL GetErrorMessage(wchar_t* pszError, unsigned int nMaxError,
                          unsigned int* pnHelpContext = nullptr) const override;
     BOOL GetErrorMessage(wchar_t* pszError, unsigned int nMaxError,
@@ -50,7 +51,7 @@ public:
 };
 
 // Throw a new CMirvaExcepcio with these values; none of the three returns. When there is no memory for the
-// object, what `new` throws travels instead.
+// object or its texts, a CMemoryException* travels instead.
 [[noreturn]] MVLIB_API void AfxThrowMirvaExcepcio(int nCodi, const wchar_t* pszMissatge,
                                                   const wchar_t* pszModul);
 [[noreturn]] MVLIB_API void AfxThrowMirvaExcepcio(const wchar_t* pszMissatge, const wchar_t* pszModul,

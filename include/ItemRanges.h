@@ -16,6 +16,9 @@
 // at, Node() included, stays good while that node stays in the list. Its way to the end is counted, so that a
 // walk goes on only while the number of nodes is the same. A ring is seen once round, from its first node to
 // its last.
+//
+// Ranges and iterators are plain values that point at their container: they must not outlive it, and belong
+// to its thread. Making them and going along allocates nothing; only HashElement::Key does (std::bad_alloc).
 #pragma once
 
 #include <cstddef>

@@ -177,4 +177,6 @@ TEST(AfxFormatDebugStringTest, SendsTheFormattedText) {
     DebugCapture output;
     AfxFormatDebugString(L"%s has %d items\n", L"list", 3);
     EXPECT_EQ(output.Text(), L"list has 3 items\n");
+    AfxFormatDebugString(nullptr);
+    EXPECT_EQ(output.Text(), L"list has 3 items\n");
 }
