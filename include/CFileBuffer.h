@@ -147,7 +147,9 @@ protected:
 
 private:
     bool wholeBlock();
-    int loadFirstBlock(unsigned long long pos);
+    int startBlock(unsigned long long pos);
+    int readBlock(unsigned long long pos, unsigned long long length);
+    void markLoaded(DWORD count);
     DWORD capacityFor(unsigned long long rest) const;
 
     friend class FileBufferWindow; // the serializer's way to the block without a call per record

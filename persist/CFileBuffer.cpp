@@ -248,25 +248,46 @@ int CFileBuffer::flushBuffer() {
 int CFileBuffer::loadBuffer(unsigned long long pos) {
     if (m_nFlags & modeReadWrite)
         return -1;
-    const bool writing = (m_nFlags & modeWrite) != 0;
-    if (!m_pBuffer && !writing) {
-        const int result = loadFirstBlock(pos);
-        if (result <= 0)
+    if (m_nFlags & modeWrite)
+        return startBlock(pos);
+    // The first block does without asking for the length: that of the opening will do. What has come to the
+    // file since then is a block of its own.
+    LARGE_INTEGER size;
+    if (!m_pBuffer && pos == m_qwPosicio && MvFileSizeAtOpen(m_hFile, &size)) {
+        const int result = readBlock(pos, static_cast<unsigned long long>(size.QuadPart));
+        if (result == -1 || m_nDadesBuffer)
             return result;
     }
-    if (m_pBuffer)
-        flushBuffer();
-
-    unsigned long long length = 0;
-    bool lengthKnown = true;
+    unsigned long long length = 0; // what cannot be asked is at its end
     try {
         length = CFile::GetLength();
     } catch (CFileException* error) {
         error->Delete();
-        lengthKnown = false;
     }
+    return readBlock(pos, length);
+}
 
-    const DWORD capacity = writing ? m_nMidaBuffer : capacityFor(length > pos ? length - pos : 0);
+// loadBuffer for a file that is written.
+int CFileBuffer::startBlock(unsigned long long pos) {
+    if (m_pBuffer)
+        flushBuffer();
+    else if (!(m_pBuffer = FileBlock::Allocate(m_nMidaBuffer)))
+        return -1;
+    try {
+        const bool atEnd = m_qwPosicio >= CFile::GetLength();
+        m_qwIniciBuffer = atEnd ? CFile::Seek(0, end) : CFile::Seek(static_cast<long long>(pos), begin);
+    } catch (CFileException* error) {
+        error->Delete();
+        return -7;
+    }
+    markLoaded(0);
+    return 0;
+}
+
+// loadBuffer for a file of `length` bytes that is read. What is loaded stays when there is nothing to read.
+int CFileBuffer::readBlock(unsigned long long pos, unsigned long long length) {
+    const bool atEnd = m_qwPosicio >= length;
+    const DWORD capacity = capacityFor(atEnd || pos >= length ? 0 : length - pos);
     if (m_pBuffer && FileBlock::Capacity(m_pBuffer) < capacity) {
         FileBlock::Free(m_pBuffer);
         m_pBuffer = nullptr;
@@ -274,62 +295,25 @@ int CFileBuffer::loadBuffer(unsigned long long pos) {
     }
     if (!m_pBuffer && !(m_pBuffer = FileBlock::Allocate(capacity)))
         return -1;
-
-    if (!lengthKnown)
-        return -7;
-    const bool pastEnd = m_qwPosicio >= length;
-    if (pastEnd && !writing)
+    if (atEnd)
         return -7;
     try {
-        if (writing) {
-            m_qwIniciBuffer = pastEnd ? CFile::Seek(0, end) : CFile::Seek(static_cast<long long>(pos), begin);
-            m_nDadesBuffer = 0;
-            FileBlock::SetClean(m_pBuffer, 0);
-        } else {
-            CFile::Seek(static_cast<long long>(pos), begin);
-            m_qwIniciBuffer = pos;
-            m_nDadesBuffer = 0; // should reading throw
-            m_nDadesBuffer = CFile::Read(m_pBuffer, std::min(m_nMidaBuffer, FileBlock::Capacity(m_pBuffer)));
-            FileBlock::SetClean(m_pBuffer, m_nDadesBuffer);
-        }
+        CFile::Seek(static_cast<long long>(pos), begin);
+        m_qwIniciBuffer = pos;
+        m_nDadesBuffer = 0; // should reading throw
+        markLoaded(CFile::Read(m_pBuffer, std::min(m_nMidaBuffer, FileBlock::Capacity(m_pBuffer))));
     } catch (CFileException* error) {
         error->Delete();
         return -7;
     }
-    if (m_nMidaBuffer <= SMALL_BLOCK)
-        FileBlock::Clean(m_pBuffer, m_nMidaBuffer);
     return 0;
 }
 
-// The same without asking for the length: that of the opening will do. What has come to the file since then
-// is a block of its own. 1, and there is no block, where the file has to be asked.
-int CFileBuffer::loadFirstBlock(unsigned long long pos) {
-    LARGE_INTEGER size;
-    if (pos != m_qwPosicio || !MvFileSizeAtOpen(m_hFile, &size) ||
-        pos >= static_cast<unsigned long long>(size.QuadPart))
-        return 1;
-    const DWORD capacity = capacityFor(static_cast<unsigned long long>(size.QuadPart) - pos);
-    unsigned char* block = FileBlock::Allocate(capacity);
-    if (!block)
-        return -1;
-    DWORD loaded = 0;
-    try {
-        CFile::Seek(static_cast<long long>(pos), begin);
-        loaded = CFile::Read(block, std::min(m_nMidaBuffer, capacity));
-    } catch (CFileException* error) {
-        error->Delete();
-    }
-    if (loaded == 0) {
-        FileBlock::Free(block);
-        return 1;
-    }
-    m_pBuffer = block;
-    m_qwIniciBuffer = pos;
-    m_nDadesBuffer = loaded;
-    FileBlock::SetClean(block, loaded);
+void CFileBuffer::markLoaded(DWORD count) {
+    m_nDadesBuffer = count;
+    FileBlock::SetClean(m_pBuffer, count);
     if (m_nMidaBuffer <= SMALL_BLOCK)
-        FileBlock::Clean(block, m_nMidaBuffer);
-    return 0;
+        FileBlock::Clean(m_pBuffer, m_nMidaBuffer);
 }
 
 // The memory of a block of which `rest` bytes of the file are read.
