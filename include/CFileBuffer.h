@@ -44,7 +44,8 @@ public:
 
     // Opens `szFitxer` with the CFile mode bits `nFlags`. The block of `nMidaBuffer` bytes is allocated at
     // the first load, not here. Of size 0: reads deliver nothing and writes store nothing. Throws
-    // CFileException* with the cause, system error and file name when the file does not open.
+    // CFileException* with the cause, system error and file name when the file does not open (badPath for a
+    // null name).
     CFileBuffer(const wchar_t* szFitxer, unsigned int nFlags, unsigned long nMidaBuffer);
     CFileBuffer(const CFileBuffer&) = delete;
     CFileBuffer& operator=(const CFileBuffer&) = delete;
@@ -65,7 +66,7 @@ public:
     // The position that the next Read or Write starts from.
     unsigned long long GetPosition() const override;
     // The file's length. While bytes are pending: where the last of them will end, counted from the block's
-    // start, even if the file is longer than that.
+    // start, even if the file is longer than that. Throws CFileException* when the system cannot tell.
     unsigned long long GetLength() const override;
     // Describes the open file. 1 on success, else 0.
     int GetStatus(CFileStatus& rStatus) const;
@@ -98,30 +99,37 @@ public:
     // when the block cannot be loaded or the position lies outside it after the load; GetPosition tells.
     // Throws CFileException* when a full block cannot be written. `p` may be null when `n` is 0.
     void Write(const void* p, unsigned int n) override;
-    // Writes pending bytes, then has the system do the same. See above for what may follow it.
+    // Writes pending bytes, then has the system put all of the file on the disk. See above for what may
+    // follow it. Throws CFileException* when writing fails, and for a file opened for reading (accessDenied).
     void Flush() override;
 
     // ---- The block itself
 
-    // The byte of the current position inside the block, or null when it is not in the block. From there to
-    // the end of the block the memory is valid (bytes not loaded or written are zeros) until the next call
-    // that loads, writes or frees the block. A writer that stores through the pointer reports it with
-    // updateWriteBlockLimits, then seeks past it.
+    // The byte of the current position inside the block, or null when it is not in the block or there is no
+    // memory to show all of it. From there to the end of the block the memory is valid (bytes not loaded or
+    // written are zeros) until the next call that loads, writes or frees the block. A writer that stores
+    // through the pointer reports it with updateWriteBlockLimits, then seeks past it.
     unsigned char* getActualBufferPosition();
     // Loads the block at the current position unless that is in it already. 0 on success; -1: no memory, or
     // the file was opened with modeReadWrite; -7: reading at or past the end of the file, or a file error.
     int updateBuffer();
     // Marks the `n` bytes from the current position as to be written, as Write does, without copying or
-    // moving. Clipped to the block; nothing happens when the position is not in it.
+    // moving. In a file that is read nothing comes of it. Clipped to the block; nothing happens when the
+    // position is not in it.
     void updateWriteBlockLimits(unsigned int n);
 
     // ---- As in CFile
 
-    // Throws CInvalidArgException* when `szPath` is null.
+    // Changes the name that GetFilePath answers. Throws CInvalidArgException* when `szPath` is null.
     void SetFilePath(const wchar_t* szPath) override;
+    // Cuts or lengthens the file on disk and moves the position to its new end. The block stays as it is:
+    // pending bytes are written later all the same, and bytes that are loaded are still delivered. Throws
+    // CFileException*, for a file opened for reading too (the position has moved then).
     void SetLength(unsigned long long qwMida) override;
+    // Lock and unlock bytes of the file on disk. Throw CFileException* (lockViolation: somebody else has).
     void LockRange(unsigned long long qwPos, unsigned long long qwMida) override;
     void UnlockRange(unsigned long long qwPos, unsigned long long qwMida) override;
+    // 0: the block is not handed out this way.
     unsigned int GetBufferPtr(unsigned int nCommand, unsigned int nCount = 0, void** ppBufStart = nullptr,
                               void** ppBufMax = nullptr) override;
 

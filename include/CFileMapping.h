@@ -26,7 +26,8 @@ class MVLIB_API CFileMapping : public CObject {
 
 public:
     // Takes the handle of an open file, which must outlive the open mapping, and asks the system for its
-    // allocation granularity.
+    // allocation granularity. CFile::hFileNull stands for no file: the mapping is memory then, of zeros at
+    // first, and needs a size.
     explicit CFileMapping(void* hFile);
     ~CFileMapping() override; // Close()
 

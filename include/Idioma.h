@@ -37,9 +37,10 @@ MVLIB_API unsigned short AfxGetLanguage();
 
 // String `nID` in `wLanguage`. With `hModule` only that module is searched; null searches the caller's
 // current resource module (unless the module state is a system one) and then the resource chain, first hit
-// first. An empty string resource counts as missing. Empty when nothing was found.
+// first. An empty string resource counts as missing. Empty when nothing was found, in silence when a module
+// was given.
 MVLIB_API CString AfxLoadStringLang(unsigned int nID, unsigned short wLanguage, HINSTANCE hModule);
-// String `nID` in the current language, by the resource chain.
+// AfxLoadStringLang(nID, AfxGetLanguage(), null).
 MVLIB_API CString AfxLoadString(unsigned int nID);
 // The text itself, so that code may be given an id or a literal. Null gives the empty string.
 MVLIB_API CString AfxLoadString(const wchar_t* pszText);
@@ -48,7 +49,7 @@ MVLIB_API CString AfxLoadString(const wchar_t* pszText);
 
 // String 29997 as a number, 29998 (the language's name, at most 39 characters) and 29999 (its short key, at
 // most 9) of `hModule`; null is the current module, the program's or that of a library with a module state of
-// its own. Missing: 1, or the empty string.
+// its own. Missing: 1, or the empty string. A text that does not begin with a number is 0.
 MVLIB_API IDIOMA AfxGetIdioma(HINSTANCE hModule);
 MVLIB_API CString AfxGetNomIdioma(HINSTANCE hModule);
 MVLIB_API CString AfxGetClauIdioma(HINSTANCE hModule);
@@ -61,5 +62,5 @@ MVLIB_API IDIOMA AfxGetIdiomaAplicacio();
 // chain now, 0 when there is no module state. `module` must outlive the chain.
 MVLIB_API int AfxLinkExtensionModule(AFX_EXTENSION_MODULE& module);
 // AfxLinkExtensionModule for this library. A library with a module state of its own calls it once, before it
-// uses texts of this library; programs need not, loading the library has done it for them.
+// uses texts of this library; programs need not, loading the library has done it for them. 1 or 0 likewise.
 MVLIB_API int MVLib_LinkDll();

@@ -77,7 +77,8 @@ public:
 
     // Opens a CFileBuffer with a block of 8 MiB over `path`, for writing a new file (an old one is emptied)
     // when `bWrite` is not 0, else for reading while others may only read. Kept: `bufferSize` is ignored.
-    // Null when the file does not open, after the error was shown to the user. End the result with Close.
+    // Null when the file does not open (a null path never does), after the error was shown to the user. End
+    // the result with Close.
     static TSerializer* Open(const wchar_t* path, int bWrite, unsigned long bufferSize);
     // Deletes `p`, closes its file and deletes the file object. Null does nothing. An exception on the way,
     // such as a full disk, is shown to the user; the file is closed and deleted all the same.
@@ -93,8 +94,9 @@ public:
     // Writes the four words and the signature, 18 bytes, into an empty file. 0; -16100 when the file has
     // bytes (nothing is written); -8. Words below 0 are written but no reader accepts them.
     int CreateHeader(short w1, short w2, short w3, short w4);
-    // Reads 18 bytes at the current position. 0, and the words are stored; -7: fewer bytes or a file error;
-    // -16103: wrong signature or a negative word. On failure the words are not touched.
+    // Reads 18 bytes at the current position. 0, and the words are stored; -7: fewer bytes, a file error
+    // or no memory for the block of a CFileBuffer; -16103: wrong signature or a negative word. On failure the
+    // words are not touched.
     int GetHeader(short& w1, short& w2, short& w3, short& w4);
     // 1 when the file at `path` has a valid header and `nKind` is negative or equal to its first word, else
     // 0. A file that does not open gives 0 after Open has shown the error.
@@ -111,6 +113,9 @@ public:
     short Pop(short n);
 
     // ---- Writing
+    //
+    // Kept: a CFileBuffer that has no memory for its block stores nothing and says nothing. CreateHeader and
+    // WriteRecord answer 0 then, but GetPosition has not moved by the 18 bytes, or by 10 and the payload.
 
     // Writes a record with the current level. `pData` may be null when `dwLen` is 0. 0; -8: a file error, or
     // a `dwLen` of more than 32 bits (nothing is written then). The identifier is cut to 32 bits.

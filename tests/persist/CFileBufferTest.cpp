@@ -366,6 +366,16 @@ TEST_F(CFileBufferTest, LoadAsksForTheEndByTheCurrentPosition) {
     EXPECT_EQ(file.loadBuffer(0), -7);
 }
 
+TEST_F(CFileBufferTest, LoadAtTheEndKeepsWhatIsLoaded) {
+    Probe& file = Reading(Letters(50), 100000);
+    ASSERT_EQ(file.loadBuffer(20), 0); // memory for what lies behind position 20 alone
+    file.Seek(50, CFile::begin);
+    EXPECT_EQ(file.loadBuffer(0), -7);
+    EXPECT_TRUE(file.IsBuffered(20));
+    file.Seek(20, CFile::begin);
+    EXPECT_EQ(Read(100), Letters(50).substr(20));
+}
+
 TEST_F(CFileBufferTest, FileErrorMakesReadsShort) {
     Probe& file = Reading(Letters(40));
     EXPECT_EQ(Read(16), Letters(16));
@@ -523,6 +533,12 @@ TEST_F(CFileBufferTest, GapBeforeTheFirstBytesIsZeros) {
         EXPECT_EQ(m_file->m_nFiModificat, 9u);
         EXPECT_EQ(Written(), std::string("y\0\0\0\0\0x", 7)) << size;
     }
+}
+
+TEST_F(CFileBufferTest, FlushOfAFileOpenedForReadingIsRefused) {
+    Probe& file = Reading("abc");
+    EXPECT_EQ(FileExceptionOf([&] { file.Flush(); }), CFileException::accessDenied);
+    EXPECT_EQ(Read(3), "abc");
 }
 
 TEST_F(CFileBufferTest, GapHoldsWhatTheBlockHeldAtTheLastFlush) {
@@ -693,6 +709,12 @@ TEST_F(CFileBufferTest, FileThatDoesNotExistThrowsFromTheConstructor) {
     }
 }
 
+TEST_F(CFileBufferTest, NullNameDoesNotOpen) {
+    EXPECT_EQ(FileExceptionOf([] { CFileBuffer file(nullptr, READ, 16); }), CFileException::badPath);
+    EXPECT_FALSE(Reading("abc").Open(nullptr, READ, nullptr));
+    EXPECT_EQ(Read(3), "");
+}
+
 TEST_F(CFileBufferTest, OpenReportsWhyItFailed) {
     Probe& file = Reading("abc");
     CFileException error;
@@ -791,6 +813,22 @@ TEST_F(CFileBufferTest, SetLengthCutsWhereItSays) {
     EXPECT_EQ(OnDisk(), Letters(5));
     file.SetLength(70);
     EXPECT_EQ(OnDisk().size(), 70u);
+}
+
+TEST_F(CFileBufferTest, SetLengthLeavesTheBlockAsItIs) {
+    Probe& writer = Overwriting(Letters(50), 64);
+    Write("ABC");
+    writer.SetLength(10);
+    EXPECT_EQ(writer.GetPosition(), 10u);
+    EXPECT_EQ(writer.GetLength(), 3u) << "the end of the pending bytes";
+    EXPECT_EQ(Written(), "ABC" + Letters(10).substr(3));
+
+    m_folder.Write(L"file.bin", Letters(50));
+    Probe& reader = Open(READ, 64);
+    Read(1);
+    EXPECT_NE(FileExceptionOf([&] { reader.SetLength(10); }), -1);
+    EXPECT_EQ(reader.GetPosition(), 10u);
+    EXPECT_EQ(Read(50), Letters(50).substr(10));
 }
 
 TEST_F(CFileBufferTest, RangesAreLockedInTheFile) {

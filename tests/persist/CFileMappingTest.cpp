@@ -171,6 +171,30 @@ TEST_F(CFileMappingTest, SameNameOpensTheSameMapping) {
     EXPECT_EQ(reader.m_pDades[4], 'x');
 }
 
+TEST_F(CFileMappingTest, MappingOfNoFileIsMemory) {
+    CFileMapping mapping(CFile::hFileNull);
+    EXPECT_EQ(mapping.Open(PAGE_READWRITE, 0, nullptr), 0) << "there is no file to take the size from";
+    EXPECT_EQ(GetLastError(), 87u);
+    ASSERT_TRUE(mapping.Open(PAGE_READWRITE, 100000, nullptr));
+    CMapViewOfFile writer(&mapping), reader(&mapping);
+    ASSERT_TRUE(writer.Open(70000, 10, FILE_MAP_WRITE));
+    ASSERT_TRUE(reader.Open(70000, 10, FILE_MAP_READ));
+    EXPECT_EQ(reader.m_pDades[9], 0);
+    writer.m_pDades[9] = 'x';
+    EXPECT_EQ(reader.m_pDades[9], 'x');
+}
+
+TEST_F(CFileMappingTest, ViewOutlivesItsMappingsHandle) {
+    const std::string bytes = Pattern(1000);
+    CFileMapping mapping(Open(bytes));
+    CMapViewOfFile view(&mapping);
+    ASSERT_TRUE(mapping.Open(PAGE_READONLY, 0, nullptr));
+    ASSERT_TRUE(view.Open(100, 10, FILE_MAP_READ));
+    EXPECT_TRUE(mapping.Close()); // the wrong order: the system keeps what the view shows
+    EXPECT_EQ(std::memcmp(view.m_pDades, bytes.data() + 100, 10), 0);
+    EXPECT_TRUE(view.Close());
+}
+
 TEST_F(CFileMappingTest, DestructorsCloseWhatIsOpen) {
     void* handle = Open("0123456789");
     const wchar_t* name = L"mvlib62 mapping that goes";

@@ -44,6 +44,37 @@ TEST_F(RecordMemoryTest, OpenWithoutMemoryAnswersNullAndTellsTheUser) {
     }
 }
 
+// Kept: a CFileBuffer stores nothing without its block and says nothing, so neither does the serializer.
+TEST_F(RecordMemoryTest, BlockWithoutMemoryStoresNothing) {
+    TSerializer* file = TSerializer::Open(m_path.c_str(), 1, 0);
+    ASSERT_NE(file, nullptr);
+    char byte = 'x';
+    {
+        FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
+        EXPECT_EQ(file->CreateHeader(1, 2, 3, 4), 0);
+        EXPECT_EQ(file->WriteRecord(&byte, 1, 5), 0);
+    }
+    EXPECT_EQ(file->GetPosition(), 0u) << "how a writer can tell";
+    TSerializer::Close(file);
+    EXPECT_EQ(m_folder.Read(L"file.rec"), "");
+}
+
+TEST_F(RecordMemoryTest, BlockWithoutMemoryIsAReadErrorInTheHeaderAndAnEndInTheWalk) {
+    Write(Image().Record(1, 0, "abc"));
+    TSerializer* file = TSerializer::Open(m_path.c_str(), 0, 0);
+    ASSERT_NE(file, nullptr);
+    short w;
+    SER_RECORDHEADER record;
+    {
+        FailAllocation failure(1, FailAllocation::Mode::FromThenOn);
+        EXPECT_EQ(file->GetHeader(w, w, w, w), -7);
+        EXPECT_EQ(file->NextRecord(record, -1, nullptr), 0);
+    }
+    EXPECT_EQ(file->GetHeader(w, w, w, w), 0);
+    EXPECT_EQ(file->NextRecord(record, -1, nullptr), 1);
+    TSerializer::Close(file);
+}
+
 TEST_F(RecordMemoryTest, NextPayloadWithoutMemoryThrows) {
     MemoryFile source(Image().Record(1, 0, "abc").Record(2, 0, "def").Bytes());
     source.Seek(18, CFile::begin);

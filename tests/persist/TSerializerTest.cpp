@@ -123,6 +123,17 @@ TEST_F(TSerializerTest, OpenOfAMissingFileTellsTheUserAndAnswersNull) {
     EXPECT_NE(boxes[0].text.find(L"file.rec"), std::wstring::npos) << "names the file";
 }
 
+TEST_F(TSerializerTest, NullPathDoesNotOpen) {
+    MessageCapture boxes;
+    void* block = nullptr;
+    unsigned long length = 0;
+    EXPECT_EQ(TSerializer::Open(nullptr, 0, 0), nullptr);
+    EXPECT_EQ(TSerializer::Open(nullptr, 1, 0), nullptr);
+    EXPECT_EQ(TSerializer::TestFitxer(nullptr, -1), 0);
+    EXPECT_EQ(TSerializer::GetRegistre(static_cast<const wchar_t*>(nullptr), 1, block, length, nullptr), -6);
+    EXPECT_EQ(boxes.Count(), 4u);
+}
+
 TEST_F(TSerializerTest, OpenOfALockedFileTellsTheUserAndAnswersNull) {
     Write(Image().Bytes());
     CFile locker(m_path.c_str(), CFile::modeReadWrite | CFile::shareExclusive);
