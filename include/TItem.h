@@ -277,7 +277,8 @@ protected:
 //
 // Copies come in two kinds. Made from a pointer, or by Duplicar, an item has a private copy of the text. The
 // copy constructor from a reference and the copy assignment copy the text's address, so that two items share
-// one text (kept): the caller sees to it that only one of them frees it.
+// one text (kept): the caller sees to it that only one of them frees it. A temporary frees it at once;
+// replace a text by assigning a text (item = L"x"), not an item.
 class MVLIB_API TItemString : public TItem {
     MVLIB_POOLED_ITEM
 public:

@@ -155,11 +155,13 @@ TEST_F(TLlistaTest, GrowthLeavesAtLeastOneSlotFree) {
     EXPECT_EQ(list.m_nIncrement, 16);
 }
 
-TEST_F(TLlistaTest, StorageFollowsTheRuleWhateverIsDone) {
+TEST_F(TLlistaTest, EntriesAndStorageFollowTheRulesWhateverIsDone) {
     List list;
     Model model;
+    Ints expected;
     std::mt19937 random(7);
     const auto check = [&] {
+        ASSERT_EQ(Values(list), expected);
         ASSERT_EQ(list.m_nCapacitat, model.capacity) << list.Cnt();
         ASSERT_EQ(list.m_nIncrement, model.step) << list.Cnt();
         for (int i = list.Cnt(); i < list.m_nCapacitat; ++i)
@@ -169,8 +171,12 @@ TEST_F(TLlistaTest, StorageFollowsTheRuleWhateverIsDone) {
         const int wanted = static_cast<int>(random() % 3000);
         if (random() % 2 == 0) {
             for (int i = 0; i < wanted; ++i) {
+                const int pos = static_cast<int>(random() % 4000);
+                const int place = std::min(pos, list.Cnt());
                 model.Grow(list.Cnt(), 1);
-                list.Insertar(new CountedItem(i), static_cast<int>(random() % 4000));
+                EXPECT_EQ(list.Insertar(new CountedItem(i), pos), 0);
+                EXPECT_EQ(list.PosActual(), place + 1);
+                expected.insert(expected.begin() + place, i);
             }
         } else {
             for (int i = 0; i < wanted && list.Cnt() > 0; ++i) {
@@ -178,7 +184,9 @@ TEST_F(TLlistaTest, StorageFollowsTheRuleWhateverIsDone) {
                 if (i % 2 == 0)
                     EXPECT_EQ(list.Eliminar(pos), 0);
                 else
-                    delete list.Treure(pos);
+                    EXPECT_EQ(TakeValue(list.Treure(pos)), expected[static_cast<std::size_t>(pos)]);
+                EXPECT_EQ(list.PosActual(), pos);
+                expected.erase(expected.begin() + pos);
                 model.Shrink(list.Cnt());
             }
         }
