@@ -1,6 +1,7 @@
 // What only the native target has: links, odd names, very deep trees, signals, limits.
 #include "rec_fixture.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -78,10 +79,39 @@ TEST_F(RecPosix, AnOutputThatIsALinkStaysOne) {
 TEST_F(RecPosix, TheModeOfAnOldOutputStays) {
     Write("tree/file", "1");
     Write("t.rec", "old");
-    ASSERT_EQ(chmod(Path("t.rec").c_str(), 0640), 0);
-    EXPECT_EQ(Build("tree", "t.rec").code, kDone);
-    EXPECT_EQ(std::filesystem::status(Path("t.rec")).permissions(),
-              static_cast<std::filesystem::perms>(0640));
+    for (const mode_t mode : {0640, 0}) {
+        ASSERT_EQ(chmod(Path("t.rec").c_str(), mode), 0);
+        EXPECT_EQ(Build("tree", "t.rec").code, kDone);
+        EXPECT_EQ(std::filesystem::status(Path("t.rec")).permissions(),
+                  static_cast<std::filesystem::perms>(mode));
+    }
+}
+
+TEST_F(RecPosix, WhatTakesAnOldFilesPlaceIsForItsOwnerAlone) {
+    // The notes fill the pipe, so the work waits with its temporary file.
+    MakeFolder("tree");
+    for (int i = 0; i < 2000; ++i) {
+        std::filesystem::create_symlink("nowhere", Path("tree/link" + std::to_string(i)));
+    }
+    Write("t.rec", "secret");
+    ASSERT_EQ(chmod(Path("t.rec").c_str(), 0600), 0);
+    {
+        RunningTool tool({"rec", "build", Text("tree"), "-o", Text("t.rec")});
+        for (int i = 0; i < 20000 && !tool.hasOpen(Path(".mvtool-")); ++i) {
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        }
+        int found = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(Path("."))) {
+            if (entry.path().filename().string().starts_with(".mvtool-")) {
+                ++found;
+                EXPECT_EQ(entry.status().permissions(), static_cast<std::filesystem::perms>(0600));
+            }
+        }
+        EXPECT_EQ(found, 1);
+        tool.interrupt();
+        EXPECT_EQ(tool.wait().code, kCancelled);
+    }
+    ExpectNothingLeftBehind();
 }
 
 TEST_F(RecPosix, NothingIsWrittenThroughALinkInTheDestination) {
@@ -339,10 +369,9 @@ TEST_F(RecPosix, AFullDiskKeepsTheOldFile) {
         small.fileSizeLimit = limit;
         const Result result = mvtool({"rec", "build", Text("tree"), "-o", Text("t.rec")}, small);
         EXPECT_EQ(result.code, kWriteFailure) << result.err;
-        EXPECT_NE(
-            result.err.find("cannot write " + Text("t.rec") + " [library code -8]; nothing was changed\n"),
-            std::string::npos)
-            << result.err;
+        EXPECT_EQ(result.err, "mvtool: There is not enough room on the disk for the file " + Text("t.rec") +
+                                  ".\nmvtool: cannot write " + Text("t.rec") +
+                                  " [library code -8]; nothing was changed\n");
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(Read("t.rec"), "old");
         ExpectNothingLeftBehind();
@@ -357,6 +386,8 @@ TEST_F(RecPosix, AFullDiskWhileExtractingLeavesNothing) {
     small.fileSizeLimit = 1000;
     Result result = mvtool({"rec", "extract", Text("t.rec"), "-C", Text("copy")}, small);
     EXPECT_EQ(result.code, kWriteFailure);
+    EXPECT_NE(result.err.find("cannot write " + Text("copy/big") + ": "), std::string::npos)
+        << "the name that it was to have: " << result.err;
     EXPECT_FALSE(Exists("copy"));
     MakeFolder("copy");
     result = mvtool({"rec", "extract", Text("t.rec"), "-C", Text("copy")}, small);
@@ -376,6 +407,26 @@ TEST_F(RecPosix, AFullStandardOutputGives6) {
         EXPECT_EQ(result.err, "mvtool: cannot write to standard output: No space left on device\n");
     }
     EXPECT_EQ(mvtool({"--help"}, full).code, kWriteFailure);
+}
+
+TEST_F(RecPosix, AStandardStreamThatIsClosedChangesNothingElse) {
+    Write("tree/a", "1");
+    std::filesystem::create_symlink("nowhere", Path("tree/link")); // there is something to note
+    for (const std::vector<int>& closed :
+         {std::vector<int>{0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}}) {
+        Surroundings without;
+        without.closed = closed;
+        // Without standard output the result cannot be told; the file stands by then.
+        const bool told = std::find(closed.begin(), closed.end(), 1) == closed.end();
+        const int expected = told ? kDone : kWriteFailure;
+        std::filesystem::remove(Path("t.rec"));
+        std::filesystem::remove_all(Path("copy"));
+        EXPECT_EQ(mvtool({"rec", "build", Text("tree"), "-o", Text("t.rec")}, without).code, expected);
+        EXPECT_EQ(Rec("check", "t.rec").code, kDone);
+        EXPECT_EQ(mvtool({"rec", "extract", Text("t.rec"), "-C", Text("copy")}, without).code, expected);
+        EXPECT_EQ(Read("copy/a"), "1");
+        EXPECT_EQ(mvtool({"rec", "check", Text("t.rec")}, without).code, expected);
+    }
 }
 
 // Nobody writes into the pipe: opening it would not end.

@@ -52,6 +52,23 @@ TEST_F(RecWindows, ADeviceIsNoInput) {
     EXPECT_EQ(result.err, "mvtool: not an ordinary file: NUL\n");
 }
 
+TEST_F(RecWindows, AReplacementThatFailsLeavesTheOldFileReadOnly) {
+    Write("t.rec", RecordBytes().File(0, u"a", 1).Data(1, "x").End().Bytes());
+    Write("copy/a", "old");
+    const std::wstring path = Path("copy/a").wstring();
+    ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY));
+    const HANDLE user =
+        CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(user, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(Extract("t.rec", "copy", {"--replace"}).code, kWriteFailure);
+    CloseHandle(user);
+    EXPECT_EQ(Read("copy/a"), "old");
+    EXPECT_NE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
+    EXPECT_EQ(Extract("t.rec", "copy", {"--replace"}).code, kDone) << "nobody uses it any more";
+    EXPECT_EQ(Read("copy/a"), "x");
+    ExpectNothingLeftBehind();
+}
+
 TEST_F(RecWindows, TwoNamesThatDifferOnlyInCaseAreNotMixed) {
     Write("t.rec", RecordBytes().Folder(0, u"A").Folder(0, u"a").End().Bytes());
     EXPECT_EQ(Extract("t.rec", "copy").code, kWriteFailure);

@@ -21,6 +21,7 @@ struct Surroundings {
     std::filesystem::path folder;         ///< current folder; empty: the test's own
     std::filesystem::path standardOutput; ///< a file to write to instead of Result::out
     std::uint64_t fileSizeLimit = 0;      ///< natively the most bytes that a file may have; 0: no limit
+    std::vector<int> closed;              ///< natively: standard streams (0, 1, 2) that it starts without
 };
 
 /// Runs `mvtool words...` to its end. Words are UTF-8.

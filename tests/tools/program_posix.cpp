@@ -53,6 +53,9 @@ Child start(const std::vector<std::string>& words, const Surroundings& surroundi
             const rlimit limit = {surroundings.fileSizeLimit, surroundings.fileSizeLimit};
             setrlimit(RLIMIT_FSIZE, &limit);
         }
+        for (const int stream : surroundings.closed) {
+            close(stream);
+        }
         execv(pointers[0], pointers.data());
         _exit(121);
     }

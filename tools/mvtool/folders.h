@@ -75,8 +75,8 @@ private:
 /// follows a link below its root either.
 class FolderCursor {
 public:
-    /// Stands in the folder `path` (a link to a folder will do).
-    explicit FolderCursor(const std::string& path);
+    /// Stands in the folder `path` (a link to a folder will do), which messages call `shown`.
+    FolderCursor(const std::string& path, const std::string& shown);
     FolderCursor(FolderCursor&&) noexcept;
     ~FolderCursor();
 
@@ -140,9 +140,10 @@ public:
     ReplacedFile& operator=(const ReplacedFile&) = delete;
 
     const std::string& temporaryPath() const;
-    /// True when the file of that name, length and identity is the target or the temporary file. Names are
-    /// compared first, so that the identity is asked for (by calling `cursor`) only where it can matter.
-    bool isSelf(FolderCursor& cursor, const std::u16string& name) const;
+    enum class Self { no, temporary, target };
+    /// Whether the entry `name` of the cursor's folder is the temporary file or the old target, by whatever
+    /// name.
+    Self self(FolderCursor& cursor, const std::u16string& name) const;
     /// Bytes that the system says are there.
     std::uint64_t writtenSize() const;
     /// Sees that the bytes are on the disk, then renames.

@@ -92,7 +92,7 @@ void NewFile::write(const void* data, std::size_t size) {
 void removeTree(const std::string& path) noexcept {
     try {
         // Folders wait in `pending`, one list a level, until everything in them is gone.
-        FolderCursor cursor(path);
+        FolderCursor cursor(path, path);
         std::size_t unnameable = 0;
         std::vector<std::vector<std::u16string>> pending;
         std::vector<std::u16string> entered;

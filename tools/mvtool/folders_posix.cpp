@@ -268,14 +268,13 @@ struct FolderCursor::State {
     }
 };
 
-FolderCursor::FolderCursor(const std::string& path)
+FolderCursor::FolderCursor(const std::string& path, const std::string& shown)
     : m_state(std::make_unique<State>()) {
-    const std::string root = withoutEndSlashes(slashes(path));
-    Descriptor folder(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Descriptor folder(::open(withoutEndSlashes(slashes(path)).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder) {
-        failBySystem(Exit::notFound, "open the folder", displayText(path));
+        failBySystem(Exit::notFound, "open the folder", displayText(shown));
     }
-    m_state->push(std::move(folder), root);
+    m_state->push(std::move(folder), withoutEndSlashes(slashes(shown)));
 }
 
 FolderCursor::FolderCursor(FolderCursor&&) noexcept = default;
@@ -434,7 +433,7 @@ bool folderExists(const std::string& path) {
     struct stat status {};
     const std::string native = slashes(path);
     if (stat(native.c_str(), &status) != 0) {
-        if (errno == ENOENT && lstat(native.c_str(), &status) != 0) {
+        if (errno == ENOTDIR || (errno == ENOENT && lstat(native.c_str(), &status) != 0)) {
             return false;
         }
         failBySystem(Exit::writeFailure, "use the folder", displayText(path));
@@ -477,7 +476,7 @@ struct ReplacedFile::State {
     std::string temporary;
     FileIdentity temporaryIdentity;
     std::optional<FileIdentity> targetIdentity;
-    mode_t targetMode = 0;
+    mode_t targetMode = 0; ///< with targetIdentity
     bool committed = false;
 };
 
@@ -508,7 +507,9 @@ ReplacedFile::ReplacedFile(const std::string& path)
         throw Failure(Exit::writeFailure, "not a file name: " + state.shown);
     }
     const std::string temporary = join(parentOf(state.target), temporaryFileName());
-    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    // What takes an old file's place may be for fewer eyes than a new one: until then it is for the owner's.
+    const mode_t mode = state.targetIdentity ? 0600 : 0666;
+    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     if (!file) {
         failBySystem(errno == ENOENT ? Exit::notFound : Exit::writeFailure, "write", state.shown);
     }
@@ -528,9 +529,11 @@ const std::string& ReplacedFile::temporaryPath() const {
     return m_state->temporary;
 }
 
-bool ReplacedFile::isSelf(FolderCursor& cursor, const std::u16string& name) const {
+ReplacedFile::Self ReplacedFile::self(FolderCursor& cursor, const std::u16string& name) const {
     const FileIdentity identity = cursor.identity(name);
-    return identity == m_state->temporaryIdentity || identity == m_state->targetIdentity;
+    return identity == m_state->temporaryIdentity ? Self::temporary
+           : identity == m_state->targetIdentity  ? Self::target
+                                                  : Self::no;
 }
 
 std::uint64_t ReplacedFile::writtenSize() const {
@@ -541,7 +544,7 @@ std::uint64_t ReplacedFile::writtenSize() const {
 void ReplacedFile::commit() {
     State& state = *m_state;
     const Descriptor file(::open(state.temporary.c_str(), O_RDWR | O_CLOEXEC));
-    if (!file || (state.targetMode != 0 && fchmod(file.get(), state.targetMode) != 0) ||
+    if (!file || (state.targetIdentity && fchmod(file.get(), state.targetMode) != 0) ||
         fsync(file.get()) != 0 || rename(state.temporary.c_str(), state.target.c_str()) != 0) {
         failBySystem(Exit::writeFailure, "write", state.shown);
     }

@@ -214,12 +214,19 @@ void NewFile::commit(const FileFacts& facts, bool replace) {
     }
     const There there = whatIsAt(state.target);
     checkFilePlace(there, replace, state.path);
-    if (there == There::file) {
+    const DWORD before =
+        there == There::file ? GetFileAttributesW(state.target.c_str()) : INVALID_FILE_ATTRIBUTES;
+    if (before != INVALID_FILE_ATTRIBUTES) {
         // Read-only would refuse the replacement.
         SetFileAttributesW(state.target.c_str(), FILE_ATTRIBUTE_NORMAL);
     }
     if (!MoveFileExW(state.temporary.c_str(), state.target.c_str(),
                      replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
+        const DWORD error = GetLastError();
+        if (before != INVALID_FILE_ATTRIBUTES) {
+            SetFileAttributesW(state.target.c_str(), before);
+        }
+        SetLastError(error);
         failBySystem(Exit::writeFailure, "write", state.path);
     }
     state.committed = true;
@@ -247,7 +254,7 @@ struct FolderCursor::State {
     }
 };
 
-FolderCursor::FolderCursor(const std::string& path)
+FolderCursor::FolderCursor(const std::string& path, const std::string& shown)
     : m_state(std::make_unique<State>()) {
     const std::wstring wide = wideArgument(path, Exit::notFound);
     m_state->path = longPath(wide);
@@ -256,13 +263,13 @@ FolderCursor::FolderCursor(const std::string& path)
         if (attributes != INVALID_FILE_ATTRIBUTES) {
             SetLastError(ERROR_DIRECTORY);
         }
-        failBySystem(Exit::notFound, "open the folder", displayText(path));
+        failBySystem(Exit::notFound, "open the folder", displayText(shown));
     }
     if (m_state->path.back() == L'\\') {
         m_state->path.pop_back(); // a drive's root
     }
     m_state->rootLength = m_state->path.size();
-    m_state->root = displayText(path);
+    m_state->root = displayText(shown);
     while (m_state->root.size() > 1 && (m_state->root.back() == '\\' || m_state->root.back() == '/')) {
         m_state->root.pop_back();
     }
@@ -484,13 +491,15 @@ const std::string& ReplacedFile::temporaryPath() const {
     return m_state->temporaryText;
 }
 
-bool ReplacedFile::isSelf(FolderCursor& cursor, const std::u16string& name) const {
+ReplacedFile::Self ReplacedFile::self(FolderCursor& cursor, const std::u16string& name) const {
     // An identity costs an opened file here, so names that cannot match by their length do without.
     if (name.size() != leafOf(m_state->temporary).size() && name.size() != leafOf(m_state->target).size()) {
-        return false;
+        return Self::no;
     }
     const FileIdentity identity = cursor.identity(name);
-    return identity == m_state->temporaryIdentity || identity == m_state->targetIdentity;
+    return identity == m_state->temporaryIdentity ? Self::temporary
+           : identity == m_state->targetIdentity  ? Self::target
+                                                  : Self::no;
 }
 
 std::uint64_t ReplacedFile::writtenSize() const {

@@ -35,9 +35,20 @@ extern "C" void onSignal(int) {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+/// A closed standard stream's number would go to the next file that is opened, and notes into that file.
+void reserveStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) == -1) {
+            static_cast<void>(open("/dev/null", O_RDONLY));
+        }
+    }
+}
+
 } // namespace
 
+// Writing to what was closed fails as before: the stand-in is for reading alone.
 void prepareProcess() {
+    reserveStandardStreams();
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN); // a file size limit is a full disk like any other
 }

@@ -140,9 +140,10 @@ void Builder::run() {
         } else if (found.kind != FolderEntry::Kind::file) {
             leaveOut(m_source.describe(found.name),
                      found.kind == FolderEntry::Kind::link ? "a symbolic link" : "neither file nor folder");
-        } else if (m_output.isSelf(m_source, found.name)) {
+        } else if (const ReplacedFile::Self self = m_output.self(m_source, found.name);
+                   self == ReplacedFile::Self::target) {
             leaveOut(m_source.describe(found.name), "the output itself");
-        } else {
+        } else if (self == ReplacedFile::Self::no) {
             packFile(found, depth);
         }
         m_progress.check(TIndicadorEstat::PopRangRel(indicator));
@@ -157,7 +158,8 @@ Exit build(const Arguments& arguments) {
         throw Failure(Exit::usage, "the output is missing: -o FILE");
     }
     Progress progress(&arguments);
-    FolderCursor source(arguments.operands()[0]);
+    const std::string& folder = arguments.operands()[0];
+    FolderCursor source(folder, folder);
     ReplacedFile output(*target);
     std::uint64_t leftOut = 0;
     std::uint64_t posixNames = 0;

@@ -48,8 +48,9 @@ private:
 
 class FolderSink : public Sink {
 public:
-    FolderSink(const std::string& folder, bool isNew, bool replace, Progress& progress)
-        : m_cursor(folder)
+    FolderSink(const std::string& folder, const std::string& shown, bool isNew, bool replace,
+               Progress& progress)
+        : m_cursor(folder, shown)
         , m_isNew(isNew)
         , m_replace(replace)
         , m_progress(progress) {}
@@ -117,7 +118,8 @@ Exit extract(const Arguments& arguments) {
         TreeReader reader(scan);
         Destination destination(target, arguments.has("partial"));
         try {
-            FolderSink sink(destination.folder(), destination.isNew(), arguments.has("replace"), progress);
+            FolderSink sink(destination.folder(), target, destination.isNew(), arguments.has("replace"),
+                            progress);
             try {
                 unpack(reader, sink);
             } catch (const Failure&) {

@@ -16,6 +16,7 @@ TreeWriter::TreeWriter(const ReplacedFile& output, std::string shown)
     , m_file(widePath(output.temporaryPath()).c_str(),
              CFile::typeBinary | CFile::modeCreate | CFile::modeWrite, kWriteBlock)
     , m_serializer(&m_file) {
+    m_file.SetFilePath(widePath(m_shown).c_str()); // for what the library says of it
     check(m_serializer.CreateHeader(kKind, kFormat, 0, 0));
 }
 
@@ -63,6 +64,7 @@ void TreeWriter::finish() {
     try {
         m_file.Close();
     } catch (CException* exception) {
+        exception->ReportError(MB_ICONERROR);
         exception->Delete();
         check(-8);
     }
