@@ -122,6 +122,20 @@ TEST_F(TLlistaOrdenadaTest, OnlyAfegirKeepsTheOrder) {
     EXPECT_EQ(Values(list), (Ints{0, -5, 1, 9, -5}));
 }
 
+// The place is found by now: what a derived class makes of positions does not come in between.
+TEST_F(TLlistaOrdenadaTest, AfegirGoesPastDerivedOperations) {
+    class Refusing : public TLlistaOrdenada {
+    public:
+        int Insertar(TItem*, int) override { return -7; }
+        TItem* Canviar(TItem* item, int) override { return item; }
+    };
+    Refusing list;
+    Fill(list, {2, 1});
+    EXPECT_EQ(list.Afegir(new CountedItem(2)), 0);
+    EXPECT_EQ(Values(list), (Ints{1, 2}));
+    EXPECT_EQ(CountedItem::s_destroyed, (Ints{2}));
+}
+
 TEST_F(TLlistaOrdenadaTest, NullSortsFirst) {
     TLlistaOrdenada list(1);
     Fill(list, {1});
@@ -295,6 +309,23 @@ TEST_F(TPilaTest, PushAppends) {
         EXPECT_EQ(stack.push(new CountedItem(value)), 0);
     EXPECT_EQ(Values(stack), (Ints{1, 2, 3}));
     EXPECT_EQ(stack.PosActual(), 3);
+}
+
+TEST_F(TPilaTest, EverythingGoesThroughDerivedOperations) {
+    // Its top is the first entry.
+    class Reversed : public TPila {
+    public:
+        int Insertar(TItem* item, int) override { return TPila::Insertar(item, 0); }
+        int Eliminar(int) override { return TPila::Eliminar(0); }
+        TItem* Treure(int) override { return TPila::Treure(0); }
+    };
+    Reversed stack;
+    for (int value : {1, 2, 3})
+        EXPECT_EQ(stack.push(new CountedItem(value)), 0);
+    EXPECT_EQ(Values(stack), (Ints{3, 2, 1}));
+    EXPECT_EQ(TakeValue(stack.poptop()), 3);
+    EXPECT_EQ(stack.pop(), 0);
+    EXPECT_EQ(Values(stack), (Ints{1}));
 }
 
 TEST_F(TPilaTest, PopDestroysAndPoptopHandsOver) {

@@ -3,6 +3,7 @@
 #include "alloc_failure.h"
 #include "debug_capture.h"
 #include "message_capture.h"
+#include "throws.h"
 
 #include "afxwin.h"
 
@@ -169,6 +170,22 @@ TEST(ReportSystemErrorTest, ErrorWithoutATextIsShownByItsNumber) {
     REPORT_SYSTEM_ERROR(L"", nullptr, MB_OK);
     ASSERT_EQ(boxes.Count(), 1u);
     EXPECT_EQ(boxes[0].text, L" (Error n\u00BA4000000000: )");
+}
+
+TEST(ReportSystemErrorTest, WithoutMemoryItThrowsOrLacksTheSystemsText) {
+    MessageCapture boxes(IDOK);
+    int thrown = 0;
+    const int failures = FailEachAllocation([&] {
+        ::SetLastError(5);
+        if (ThrowsMemoryException(
+                [] { EXPECT_EQ(REPORT_SYSTEM_ERROR(L"Cannot save", nullptr, MB_OK), IDOK); }))
+            ++thrown;
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_GT(thrown, 0);
+    ASSERT_EQ(boxes.Count(), static_cast<std::size_t>(failures + 1 - thrown));
+    for (std::size_t i = 0; i < boxes.Count(); ++i)
+        EXPECT_EQ(boxes[i].text.find(L"Cannot save (Error n\u00BA5: "), 0u);
 }
 
 // ---- AfxFormatDebugString

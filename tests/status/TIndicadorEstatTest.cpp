@@ -5,10 +5,12 @@
 #include "alloc_failure.h"
 #include "import_patch.h"
 #include "message_capture.h"
+#include "throws.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -205,6 +207,13 @@ TEST_F(TIndicadorEstatTest, RelativePositionLiesInTheTopRange) {
 TEST_F(TIndicadorEstatTest, CallbackThatCancelsStopsThatVeryReport) {
     TIndicadorEstat ie([](TIndicadorEstat* pIE, unsigned long) { pIE->Cancelar(); });
     EXPECT_EQ(ie.MostrarEstat(0.1), 0);
+}
+
+TEST_F(TIndicadorEstatTest, CallbackRunsBeforeThePauseIsWaitedFor) {
+    TIndicadorEstat ie([](TIndicadorEstat* pIE, unsigned long) { pIE->Reanudar(); });
+    ie.Pausa();
+    EXPECT_EQ(ie.MostrarEstat(0.1), 1);
+    EXPECT_EQ(ie.GetPausa(), 0);
 }
 
 // ---- Ranges
@@ -731,14 +740,22 @@ TEST_F(TIndicadorEstatTest, PushWithoutMemoryThrowsAndLeavesTheStack) {
 }
 
 TEST_F(TIndicadorEstatTest, MessageWithoutMemoryThrowsAndKeepsTheOldOne) {
-    indicator.SetMissatge(L"old");
-    {
-        FailAllocation failure(1);
-        EXPECT_THROW(indicator.SetMissatge(L"a longer message than the old one"), CMemoryException*);
+    const wchar_t* const longer = L"a longer message than the old one, which needs a block of its own";
+    const std::function<void()> operations[] = {[&] { indicator.SetMissatge(longer); },
+                                                [&] { indicator.SetMissatge(NotSupportedId); },
+                                                [&] { indicator.FormatMissatge(L"%s", longer); },
+                                                [&] { indicator.FormatMissatge(18002u, 4, longer, longer); }};
+    for (const auto& operation : operations) {
+        indicator.SetMissatge(L"old");
+        const int failures = FailEachAllocation([&] {
+            const CString before = indicator.GetMissatge();
+            if (ThrowsMemoryException(operation)) {
+                EXPECT_EQ(indicator.GetMissatge(), before);
+            }
+        });
+        EXPECT_GT(failures, 0);
+        EXPECT_NE(indicator.GetMissatge(), L"old");
     }
-    EXPECT_EQ(indicator.GetMissatge(), L"old");
-    indicator.SetMissatge(L"new");
-    EXPECT_EQ(indicator.GetMissatge(), L"new");
 }
 
 TEST_F(TIndicadorEstatTest, InitNeedsNoMemory) {
