@@ -7,6 +7,8 @@
 //         for (TItem* cell : row) ...
 //     auto found = std::find_if(begin(list), end(list), ...);
 //
+// The algorithms of std::ranges, too, take begin(list) and end(list); a container itself only as a const one.
+//
 // Items are handed out as the containers hold them: they stay the container's, and null entries are seen as
 // null. The elements themselves cannot be assigned through an iterator, so that no algorithm can lose or
 // double an item. Iterators of a TLlista and of table rows are of random access, those of a TCrossList go

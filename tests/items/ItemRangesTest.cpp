@@ -6,7 +6,9 @@
 #include <iterator>
 #include <map>
 #include <numeric>
+#include <ranges>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -29,6 +31,11 @@ Ints ValuesOf(const Range& range) {
 static_assert(std::random_access_iterator<mvlib::PositionIterator<mvlib::ListView>>);
 static_assert(std::bidirectional_iterator<mvlib::CrossListIterator>);
 static_assert(std::forward_iterator<mvlib::HashIterator>);
+static_assert(std::ranges::random_access_range<const TLlista>);
+static_assert(std::ranges::bidirectional_range<const TCrossList>);
+static_assert(std::ranges::forward_range<const THash>);
+static_assert(std::ranges::random_access_range<mvlib::TableRows>);
+static_assert(std::ranges::random_access_range<TableRow>);
 
 TEST(ItemRanges, ExampleUsage) {
     TLlista list;
@@ -43,6 +50,8 @@ TEST(ItemRanges, ExampleUsage) {
     auto found = std::find_if(begin(list), end(list), [](TItem* item) { return Value(item) == 3; });
     ASSERT_NE(found, end(list));
     EXPECT_EQ(found - begin(list), 2);
+    EXPECT_EQ(std::ranges::find(begin(list), end(list), list.GetItem(2)), found);
+    EXPECT_EQ(std::ranges::count(std::as_const(list), list.GetItem(2)), 1);
 }
 
 TEST(ItemRanges, CrossListIteratorStaysAtItsNodeWhileOthersComeAndGo) {
