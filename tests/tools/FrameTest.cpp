@@ -36,6 +36,14 @@ TEST(Frame, HelpOfACommandNamesItsOptionsAndDoesNothing) {
     EXPECT_TRUE(contains(result.out, "    --progress=WHEN"));
 }
 
+TEST(Frame, HelpHasNoEmptyParagraphs) {
+    for (const char* command : {"build", "list", "tree", "extract", "check", "info"}) {
+        const Result result = mvtool({"rec", command, "-h"});
+        EXPECT_EQ(result.code, kDone);
+        EXPECT_FALSE(contains(result.out, "\n\n\n")) << result.out;
+    }
+}
+
 TEST(Frame, VersionIsOneLine) {
     const Result result = mvtool({"--version"});
     EXPECT_EQ(result.code, kDone);

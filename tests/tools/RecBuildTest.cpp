@@ -333,6 +333,17 @@ TEST_F(RecBuild, AMissingInputGives3) {
     EXPECT_FALSE(Exists("t.rec"));
 }
 
+TEST_F(RecBuild, AnEmptyNameGives2) {
+    Write("tree/a", "1");
+    Write("t.rec", RecordBytes().End().Bytes());
+    EXPECT_EQ(mvtool({"rec", "build", "", "-o", Text("x.rec")}).err,
+              "mvtool: an empty folder name: DIR\nmvtool: try 'mvtool --help'\n");
+    EXPECT_EQ(mvtool({"rec", "build", "", "-o", Text("x.rec")}).code, kUsage);
+    EXPECT_EQ(mvtool({"rec", "build", Text("tree"), "-o", ""}).code, kUsage);
+    EXPECT_EQ(mvtool({"rec", "extract", Text("t.rec"), "-C", ""}).code, kUsage);
+    EXPECT_FALSE(Exists("x.rec"));
+}
+
 TEST_F(RecBuild, AFolderWhereAFileIsReadGives3) {
     MakeFolder("folder");
     EXPECT_EQ(Rec("list", "folder").code, kNotFound);

@@ -52,6 +52,13 @@ TEST_F(RecWindows, ADeviceIsNoInput) {
     EXPECT_EQ(result.err, "mvtool: not an ordinary file: NUL\n");
 }
 
+TEST_F(RecWindows, ADeviceIsNoOutput) {
+    Write("tree/a", "1");
+    const Result result = mvtool({"rec", "build", Text("tree"), "-o", "NUL"});
+    EXPECT_EQ(result.code, kWriteFailure);
+    EXPECT_EQ(result.err, "mvtool: not an ordinary file: NUL\n");
+}
+
 TEST_F(RecWindows, AReplacementThatFailsLeavesTheOldFileReadOnly) {
     Write("t.rec", RecordBytes().File(0, u"a", 1).Data(1, "x").End().Bytes());
     Write("copy/a", "old");

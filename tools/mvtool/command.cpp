@@ -157,8 +157,8 @@ std::string commandHelp(const Family& family, const Command& command) {
     for (const char* part : {command.name, command.operands}) {
         line += *part != 0 ? std::string(" ") + part : std::string();
     }
-    return line + " [OPTION]...\n\n" + command.summary + ".\n\n" + command.details + "\nOptions:\n" +
-           table(rows) + '\n' + kExitCodes;
+    return line + " [OPTION]...\n\n" + command.summary + ".\n" + (*command.details ? "\n" : "") +
+           command.details + "\nOptions:\n" + table(rows) + '\n' + kExitCodes;
 }
 
 Exit runTool(std::span<const std::string> words) {

@@ -468,7 +468,9 @@ ReplacedFile::ReplacedFile(const std::string& path)
     State& state = *m_state;
     state.shown = displayText(path);
     state.target = longPath(wideArgument(path, Exit::writeFailure));
-    checkReplacedFile(whatItIs(GetFileAttributesW(state.target.c_str())), state.shown);
+    checkReplacedFile(isPipeOrDevice(path) ? There::other
+                                           : whatItIs(GetFileAttributesW(state.target.c_str())),
+                      state.shown);
     state.targetIdentity = identityOf(state.target);
     const std::wstring temporary = parentOf(state.target) + L'\\' + temporaryName();
     const Handle file(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,

@@ -157,8 +157,11 @@ Exit build(const Arguments& arguments) {
     if (!target || target->empty()) {
         throw Failure(Exit::usage, "the output is missing: -o FILE");
     }
-    Progress progress(&arguments);
     const std::string& folder = arguments.operands()[0];
+    if (folder.empty()) {
+        throw Failure(Exit::usage, "an empty folder name: DIR");
+    }
+    Progress progress(&arguments);
     FolderCursor source(folder, folder);
     ReplacedFile output(*target);
     std::uint64_t leftOut = 0;
