@@ -39,6 +39,11 @@ std::string Lowered(std::string text) {
 
 // The file's bytes; nothing when it cannot be read or is too large.
 std::string ReadBytes(const std::wstring& path) {
+    // What has no size may be a pipe, and opening that waits for somebody to write.
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) ||
+        (data.nFileSizeHigh == 0 && data.nFileSizeLow == 0))
+        return std::string();
     const HANDLE file = ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
