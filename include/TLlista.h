@@ -185,8 +185,13 @@ inline void TLlista::situarDarrera(int pos) {
 }
 
 inline int TLlista::Insertar(TItem* p, int pos) {
-    if (pos != m_nElements || m_nElements == m_nCapacitat)
-        return insertar(p, pos);
+    if (pos != m_nElements || m_nElements == m_nCapacitat) {
+        const int result = insertar(p, pos);
+        // Read into a register, where the other way has the count too: a loop of insertions then never reads
+        // back what it has just stored.
+        m_nElements = *static_cast<const volatile int*>(&m_nElements);
+        return result;
+    }
     m_ppItems[pos] = p;
     m_nElements = pos + 1;
     situarDarrera(pos + 1);
