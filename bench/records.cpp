@@ -242,21 +242,9 @@ private:
     std::uint32_t rest_ = 0;
 };
 
-// Limit: the whole file mapped.
-class Mapped {
+// The walk over records that lie in memory.
+class InMemory {
 public:
-    explicit Mapped(const std::string& path)
-        : file_(open(path.c_str(), O_RDONLY)) {
-        struct stat status;
-        fstat(file_, &status);
-        size_ = status.st_size;
-        start_ = static_cast<unsigned char*>(mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file_, 0));
-        at_ = FILE_HEADER;
-    }
-    ~Mapped() {
-        munmap(start_, size_);
-        close(file_);
-    }
     bool Next(Header& header) {
         at_ += rest_;
         if (size_ - at_ < HEADER)
@@ -272,12 +260,32 @@ public:
         rest_ = 0;
     }
 
+protected:
+    unsigned char* start_ = nullptr;
+    std::size_t size_ = FILE_HEADER;
+
+private:
+    std::size_t at_ = FILE_HEADER;
+    std::uint32_t rest_ = 0;
+};
+
+// Limit: the whole file mapped.
+class Mapped : public InMemory {
+public:
+    explicit Mapped(const std::string& path)
+        : file_(open(path.c_str(), O_RDONLY)) {
+        struct stat status;
+        fstat(file_, &status);
+        size_ = status.st_size;
+        start_ = static_cast<unsigned char*>(mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file_, 0));
+    }
+    ~Mapped() {
+        munmap(start_, size_);
+        close(file_);
+    }
+
 private:
     int file_;
-    std::size_t size_;
-    unsigned char* start_;
-    std::size_t at_;
-    std::uint32_t rest_ = 0;
 };
 
 // Limit: read() in blocks of 8 MiB, the tail of a block moved before the next.
@@ -329,7 +337,7 @@ private:
 
 // Limit: nothing but the calls to the system that opening, reading and closing a small file costs when other
 // programs are to see how it is used: who it is, the marks, a look for those of others, its bytes, its end.
-class Calls {
+class Calls : public InMemory {
 public:
     explicit Calls(const std::string& path)
         : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
@@ -345,32 +353,21 @@ public:
         marks.l_len = 6;
         fcntl(file_, F_OFD_GETLK, &marks);
         const ssize_t count = pread(file_, bytes_, sizeof bytes_, 0);
-        end_ = count > 0 ? static_cast<std::size_t>(count) : FILE_HEADER;
+        if (count > 0)
+            size_ = static_cast<std::size_t>(count);
+        start_ = bytes_;
     }
     ~Calls() { close(file_); }
     bool Next(Header& header) {
-        at_ += rest_;
-        if (end_ - at_ < HEADER) {
-            lseek(file_, 0, SEEK_END);
-            return false;
-        }
-        header = Decode(bytes_ + at_);
-        at_ += HEADER;
-        rest_ = header.length;
-        return true;
-    }
-    void Payload(void* to, std::uint32_t length) {
-        std::memcpy(to, bytes_ + at_, length);
-        at_ += length;
-        rest_ = 0;
+        if (InMemory::Next(header))
+            return true;
+        lseek(file_, 0, SEEK_END);
+        return false;
     }
 
 private:
     static constexpr off_t BEHIND_ALL = 0x7fffffffffffff00;
     int file_;
-    std::size_t at_ = FILE_HEADER;
-    std::size_t end_;
-    std::uint32_t rest_ = 0;
     unsigned char bytes_[FILE_HEADER + FEW * (HEADER + MAX_PAYLOAD)];
 };
 

@@ -96,9 +96,8 @@ public:
     virtual int Invertir();
     // Sorts by insertion, stably, in a number of comparisons that grows with the square of the count. Reports
     // the part done (0 to 1) after each entry placed; `pIE` may be null, and what it calls must not change
-    // the list. 0; -1 when there is no memory for
-    // the temporary order; -5 when the indicator answers stop. The list is unchanged unless the result is 0.
-    // The cursor stays where it is.
+    // the list. 0; -1 when there is no memory for the temporary order; -5 when the indicator answers stop.
+    // The list is unchanged unless the result is 0. The cursor stays where it is.
     virtual int Ordenar(PFN_COMPARARITEMS cmp, long lUser, TIndicadorEstat* pIE);
     // Inserts clones of the entries of `pOrigen` (null: of none), which is unchanged. A negative `pos`
     // appends; so does one at or beyond the end. Elsewhere room is made by a pass that runs upwards and stops
@@ -187,8 +186,8 @@ inline void TLlista::situarDarrera(int pos) {
 inline int TLlista::Insertar(TItem* p, int pos) {
     if (pos != m_nElements || m_nElements == m_nCapacitat) {
         const int result = insertar(p, pos);
-        // Read into a register, where the other way has the count too: a loop of insertions then never reads
-        // back what it has just stored.
+        // The count goes into a register, where it is after a fast insertion as well. Otherwise a loop of
+        // insertions would read back at every step what the step before has just stored.
         m_nElements = *static_cast<const volatile int*>(&m_nElements);
         return result;
     }

@@ -141,8 +141,8 @@ public:
 
     const std::string& temporaryPath() const;
     enum class Self { no, temporary, target };
-    /// Whether the entry `name` of the cursor's folder is the temporary file or the old target, by whatever
-    /// name.
+    /// Whether the entry `name` of the cursor's folder is the temporary file or the old target. Another name
+    /// of the same file counts too; on Windows only where it is as long as one of the two.
     Self self(FolderCursor& cursor, const std::u16string& name) const;
     /// Bytes that the system says are there.
     std::uint64_t writtenSize() const;
